@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <optional>
+
+/// Output helpers shared by the terminal tool's verbs.
+namespace Console
+{
+/// Exit code for bad usage and for files that cannot be read.
+inline constexpr int usageExit = 2;
+
+/// Writes one line (UTF-8, newline added) to standard output.
+void out(QStringView line);
+/// Writes one line (UTF-8, newline added) to standard error.
+void err(QStringView line);
+/// Prints "usage: yuzuha-books <synopsis>" on standard error and returns `usageExit`.
+int usage(QStringView synopsis);
+
+/// A JSON string literal, quotes included, with control characters escaped.
+QString jsonString(QStringView text);
+/// A JSON string literal, or null when absent.
+QString jsonString(const std::optional<QString> &text);
+/// A JSON integer, or null when absent.
+QString jsonNumber(std::optional<qint64> value);
+} // namespace Console

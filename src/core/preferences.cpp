@@ -1,6 +1,8 @@
 #include "preferences.h"
 
 #include "appinfo.h"
+#include "sessionwatcher.h"
+#include "systemlog.h"
 
 #include <QCoreApplication>
 #include <QDate>
@@ -15,24 +17,24 @@ struct OutfitName {
 };
 
 // Indexed by Preferences::Outfit.
-constexpr std::array<OutfitName, 16> outfitNames{{
-    {u"seasonal", u"Seasonal"},
-    {u"office", u"Office"},
-    {u"halloween", u"Halloween witch"},
-    {u"christmas", u"Christmas"},
-    {u"eva", u"Plugsuit pilot"},
-    {u"sailor", u"Magical girl"},
-    {u"demonslayer", u"Slayer corps"},
-    {u"jujutsu", u"Sorcery school"},
-    {u"naruto", u"Ninja"},
-    {u"onepiece", u"Pirate"},
-    {u"spyfamily", u"Academy"},
-    {u"titan", u"Scout regiment"},
-    {u"dragonball", u"Martial artist"},
-    {u"hero", u"Hero academy"},
-    {u"frieren", u"Elf mage"},
-    {u"seifuku", u"Seifuku"},
-}};
+constexpr std::array<OutfitName, 16> outfitNames { {
+    { u"seasonal", u"Seasonal" },
+    { u"office", u"Office" },
+    { u"halloween", u"Halloween witch" },
+    { u"christmas", u"Christmas" },
+    { u"eva", u"Plugsuit pilot" },
+    { u"sailor", u"Magical girl" },
+    { u"demonslayer", u"Slayer corps" },
+    { u"jujutsu", u"Sorcery school" },
+    { u"naruto", u"Ninja" },
+    { u"onepiece", u"Pirate" },
+    { u"spyfamily", u"Academy" },
+    { u"titan", u"Scout regiment" },
+    { u"dragonball", u"Martial artist" },
+    { u"hero", u"Hero academy" },
+    { u"frieren", u"Elf mage" },
+    { u"seifuku", u"Seifuku" },
+} };
 
 // A stored Boolean as the store holds it; anything unreadable falls back to the default.
 bool readBool(const QSettings &store, QStringView key, bool fallback)
@@ -127,13 +129,20 @@ std::unique_ptr<QSettings> Preferences::userStore()
 Preferences *Preferences::shared()
 {
     // Created on first use and kept for the life of the process.
-    static Preferences *instance = new Preferences(userStore());
+    static Preferences *instance = new Preferences(userStore(), LoginItem(), SessionWatcher::shared());
     return instance;
 }
 
 Preferences::Preferences(std::unique_ptr<QSettings> store, QObject *parent)
+    : Preferences(std::move(store), LoginItem(), nullptr, parent)
+{
+}
+
+Preferences::Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, SessionWatcher *watcher, QObject *parent)
     : QObject(parent)
     , m_store(std::move(store))
+    , m_loginItem(std::move(loginItem))
+    , m_watcher(watcher)
 {
     const qint64 storedSize = readInteger(*m_store, sizeKey, 1);
     m_size = storedSize == 0 ? Size::small : storedSize == 2 ? Size::large : Size::medium;
@@ -148,6 +157,26 @@ Preferences::Preferences(std::unique_ptr<QSettings> store, QObject *parent)
 
 Preferences::~Preferences() = default;
 
+void Preferences::write(QStringView key, const QVariant &value)
+{
+    // On disk at once: nothing waits for the event loop, and the watcher's own store sees it.
+    m_store->setValue(key.toString(), value);
+    m_store->sync();
+}
+
+bool Preferences::openAtLogin() const
+{
+    return m_loginItem.isEnabled();
+}
+
+void Preferences::setOpenAtLogin(bool on)
+{
+    Q_EMIT aboutToChange();
+    if (const std::optional<QString> failure = m_loginItem.setEnabled(on))
+        SystemLog::write(u"login", u"Yuzuha: open at login change failed: "_s + *failure);
+    Q_EMIT openAtLoginChanged();
+}
+
 qint64 Preferences::readBedtime(const QSettings &store)
 {
     return readInteger(store, bedtimeKey, 0);
@@ -157,7 +186,7 @@ void Preferences::setSize(Size size)
 {
     Q_EMIT aboutToChange();
     m_size = size;
-    m_store->setValue(sizeKey.toString(), static_cast<int>(size));
+    write(sizeKey, static_cast<int>(size));
     Q_EMIT sizeChanged(size);
 }
 
@@ -165,7 +194,7 @@ void Preferences::setKeepOnTop(bool on)
 {
     Q_EMIT aboutToChange();
     m_keepOnTop = on;
-    m_store->setValue(keepOnTopKey.toString(), on);
+    write(keepOnTopKey, on);
     Q_EMIT keepOnTopChanged(on);
 }
 
@@ -173,7 +202,7 @@ void Preferences::setAllSpaces(bool on)
 {
     Q_EMIT aboutToChange();
     m_allSpaces = on;
-    m_store->setValue(allSpacesKey.toString(), on);
+    write(allSpacesKey, on);
     Q_EMIT allSpacesChanged(on);
 }
 
@@ -181,7 +210,7 @@ void Preferences::setSpeechBubbles(bool on)
 {
     Q_EMIT aboutToChange();
     m_speechBubbles = on;
-    m_store->setValue(speechBubblesKey.toString(), on);
+    write(speechBubblesKey, on);
     Q_EMIT speechBubblesChanged(on);
 }
 
@@ -189,7 +218,7 @@ void Preferences::setPercentTag(bool on)
 {
     Q_EMIT aboutToChange();
     m_percentTag = on;
-    m_store->setValue(percentTagKey.toString(), on);
+    write(percentTagKey, on);
     Q_EMIT percentTagChanged(on);
 }
 
@@ -197,17 +226,18 @@ void Preferences::setBedtime(qint64 tokens)
 {
     Q_EMIT aboutToChange();
     m_bedtime = tokens;
-    m_store->setValue(bedtimeKey.toString(), tokens);
-    // The watcher reads the bedtime from the store on its own thread; make the write visible there now.
-    m_store->sync();
+    write(bedtimeKey, tokens);
     Q_EMIT bedtimeChanged(tokens);
+    // The write above is on disk, where the watcher's thread reads it; recompute every window now.
+    if (m_watcher)
+        m_watcher->refresh();
 }
 
 void Preferences::setPetVisible(bool on)
 {
     Q_EMIT aboutToChange();
     m_petVisible = on;
-    m_store->setValue(petVisibleKey.toString(), on);
+    write(petVisibleKey, on);
     Q_EMIT petVisibleChanged(on);
 }
 
@@ -215,6 +245,6 @@ void Preferences::setOutfit(Outfit outfit)
 {
     Q_EMIT aboutToChange();
     m_outfit = outfit;
-    m_store->setValue(outfitKey.toString(), rawValue(outfit));
+    write(outfitKey, rawValue(outfit));
     Q_EMIT outfitChanged(outfit);
 }

@@ -5,12 +5,16 @@
 #include <QString>
 #include <QStringView>
 
+#include "loginitem.h"
+
 #include <array>
 #include <memory>
 #include <optional>
 
 /// The user's settings, written through to the settings store at every assignment.
 /// Every setter notifies, also when the value is unchanged.
+class SessionWatcher;
+
 class Preferences : public QObject
 {
     Q_OBJECT
@@ -22,6 +26,8 @@ class Preferences : public QObject
     Q_PROPERTY(qint64 bedtime READ bedtime WRITE setBedtime NOTIFY bedtimeChanged)
     Q_PROPERTY(bool petVisible READ petVisible WRITE setPetVisible NOTIFY petVisibleChanged)
     Q_PROPERTY(Outfit outfit READ outfit WRITE setOutfit NOTIFY outfitChanged)
+    /// Read from the platform's login-item registration every time; there is no stored copy.
+    Q_PROPERTY(bool openAtLogin READ openAtLogin WRITE setOpenAtLogin NOTIFY openAtLoginChanged)
 
 public:
     enum class Size { small = 0, medium = 1, large = 2 };
@@ -51,17 +57,30 @@ public:
         QStringView label;
         qint64 tokens;
     };
-    static constexpr std::array<Bedtime, 3> bedtimes{{
-        {u"When the context window is full", 0},
-        {u"At 200K tokens", 200'000},
-        {u"At 400K tokens", 400'000},
-    }};
+    static constexpr std::array<Bedtime, 3> bedtimes { {
+        { u"When the context window is full", 0 },
+        { u"At 200K tokens", 200'000 },
+        { u"At 400K tokens", 400'000 },
+    } };
 
-    static constexpr std::array<Size, 3> allSizes{Size::small, Size::medium, Size::large};
-    static constexpr std::array<Outfit, 16> allOutfits{
-        Outfit::seasonal, Outfit::office,     Outfit::halloween, Outfit::christmas, Outfit::eva,        Outfit::sailor,
-        Outfit::demonslayer, Outfit::jujutsu, Outfit::naruto,    Outfit::onepiece,  Outfit::spyfamily,  Outfit::titan,
-        Outfit::dragonball,  Outfit::hero,    Outfit::frieren,   Outfit::seifuku,
+    static constexpr std::array<Size, 3> allSizes { Size::small, Size::medium, Size::large };
+    static constexpr std::array<Outfit, 16> allOutfits {
+        Outfit::seasonal,
+        Outfit::office,
+        Outfit::halloween,
+        Outfit::christmas,
+        Outfit::eva,
+        Outfit::sailor,
+        Outfit::demonslayer,
+        Outfit::jujutsu,
+        Outfit::naruto,
+        Outfit::onepiece,
+        Outfit::spyfamily,
+        Outfit::titan,
+        Outfit::dragonball,
+        Outfit::hero,
+        Outfit::frieren,
+        Outfit::seifuku,
     };
 
     static QString label(Size size);
@@ -80,8 +99,11 @@ public:
     /// The one instance, over the user's settings file.
     static Preferences *shared();
 
-    /// An instance over any store; tests hand in a settings file of their own.
+    /// An instance over any store; tests hand in a settings file of their own. It registers the real
+    /// login item and refreshes no watcher when the bedtime changes.
     explicit Preferences(std::unique_ptr<QSettings> store, QObject *parent = nullptr);
+    /// An instance over any store, login item and watcher; the bedtime setter refreshes `watcher` (when set).
+    Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, SessionWatcher *watcher, QObject *parent = nullptr);
     ~Preferences() override;
 
     /// The store itself, for flags kept without a property ("hasSeenWelcome", "petOrigin").
@@ -103,6 +125,9 @@ public:
     void setPetVisible(bool on);
     Outfit outfit() const { return m_outfit; }
     void setOutfit(Outfit outfit);
+    bool openAtLogin() const;
+    /// Registers or unregisters the login item; a failure is logged and the getter keeps the real state.
+    void setOpenAtLogin(bool on);
 
     // Keys of the settings store.
     static constexpr QStringView sizeKey = u"petSize";
@@ -130,9 +155,15 @@ Q_SIGNALS:
     void bedtimeChanged(qint64 tokens);
     void petVisibleChanged(bool on);
     void outfitChanged(Preferences::Outfit outfit);
+    /// After every assignment of `openAtLogin`, successful or not; read the getter again.
+    void openAtLoginChanged();
 
 private:
+    void write(QStringView key, const QVariant &value);
+
     std::unique_ptr<QSettings> m_store;
+    LoginItem m_loginItem;
+    SessionWatcher *m_watcher = nullptr;
     Size m_size = Size::medium;
     bool m_keepOnTop = true;
     bool m_allSpaces = true;

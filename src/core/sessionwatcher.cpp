@@ -1,0 +1,157 @@
+#include "sessionwatcher.h"
+
+#include "appinfo.h"
+#include "preferences.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+/// Runs the passes on the watcher's thread. It owns the scan (candidates, cache, last sweep) and its own
+/// QSettings over the user's settings file, so nothing it touches is shared with the main thread.
+class SessionWatcherWorker : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SessionWatcherWorker(const SessionWatcher::Config &config)
+        : m_scan(config.snapshots, config.clock, config.sweepReport)
+        , m_settingsFile(config.settingsFile)
+        , m_settingsFormat(config.settingsFormat)
+    {
+    }
+
+    void pass() { Q_EMIT passed(m_scan.pass(bedtime())); }
+
+    void forceSweep() { m_scan.forceSweep(); }
+
+Q_SIGNALS:
+    void passed(const QList<Session> &sessions);
+
+private:
+    // The bedtime comes straight from the store at every pass; sync() picks up the main thread's latest write.
+    qint64 bedtime()
+    {
+        if (m_settingsFile.isEmpty())
+            return 0;
+        if (!m_settings)
+            m_settings = std::make_unique<QSettings>(m_settingsFile, m_settingsFormat);
+        m_settings->sync();
+        return Preferences::readBedtime(*m_settings);
+    }
+
+    SessionScan m_scan;
+    QString m_settingsFile;
+    QSettings::Format m_settingsFormat;
+    std::unique_ptr<QSettings> m_settings;
+};
+
+SessionWatcher *SessionWatcher::shared()
+{
+    static SessionWatcher *instance = [] {
+        const std::unique_ptr<QSettings> store = Preferences::userStore();
+        auto *watcher = new SessionWatcher({ {}, store->fileName(), store->format(), {}, {} });
+        // Let a pass in flight finish before the application's statics go away.
+        if (QCoreApplication *app = QCoreApplication::instance())
+            QObject::connect(app, &QCoreApplication::aboutToQuit, watcher, &SessionWatcher::stopThread);
+        return watcher;
+    }();
+    return instance;
+}
+
+SessionWatcher::SessionWatcher(Config config, QObject *parent)
+    : QObject(parent)
+    , m_config(std::move(config))
+{
+    qRegisterMetaType<QList<Session>>();
+}
+
+SessionWatcher::~SessionWatcher()
+{
+    stopThread();
+}
+
+void SessionWatcher::ensureThread()
+{
+    if (m_thread)
+        return;
+    m_thread = new QThread(this);
+    m_thread->setObjectName(AppInfo::id.toString() + u".journals"_s);
+    m_worker = new SessionWatcherWorker(m_config);
+    m_worker->moveToThread(m_thread);
+    connect(m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
+    // Results come back as values through the event queue; the worker never waits for the main thread.
+    connect(m_worker, &SessionWatcherWorker::passed, this, &SessionWatcher::receive, Qt::QueuedConnection);
+    m_thread->start(QThread::LowPriority);
+}
+
+void SessionWatcher::stopThread()
+{
+    if (!m_thread)
+        return;
+    m_thread->quit();
+    m_thread->wait();
+    delete m_thread;
+    m_thread = nullptr;
+    m_worker = nullptr;
+}
+
+void SessionWatcher::start()
+{
+    if (m_timer)
+        return;
+    poll();
+    m_timer = new QTimer(this);
+    m_timer->setInterval(pollIntervalMs);
+    // Qt timers take no explicit tolerance; a coarse timer may fire up to about 5 % early or late,
+    // which lets the system batch wake-ups the way a tolerance would.
+    m_timer->setTimerType(Qt::CoarseTimer);
+    connect(m_timer, &QTimer::timeout, this, &SessionWatcher::poll);
+    m_timer->start();
+}
+
+void SessionWatcher::refresh()
+{
+    Q_EMIT refreshRequested();
+    ensureThread();
+    // Queued ahead of the poll below, on the same thread, so that poll sweeps.
+    QMetaObject::invokeMethod(m_worker, &SessionWatcherWorker::forceSweep, Qt::QueuedConnection);
+    poll();
+}
+
+void SessionWatcher::poll()
+{
+    ensureThread();
+    QMetaObject::invokeMethod(m_worker, &SessionWatcherWorker::pass, Qt::QueuedConnection);
+}
+
+void SessionWatcher::receive(const QList<Session> &sessions)
+{
+    if (sessions != m_sessions) {
+        m_sessions = sessions;
+        Q_EMIT sessionsChanged();
+    }
+    Q_EMIT passFinished();
+}
+
+void SessionWatcher::setPinnedID(std::optional<QString> id)
+{
+    m_pinnedID = std::move(id);
+    Q_EMIT pinnedIDChanged();
+}
+
+void SessionWatcher::setPinnedIDText(const QString &id)
+{
+    setPinnedID(id.isEmpty() ? std::nullopt : std::optional<QString>(id));
+}
+
+std::optional<Session> SessionWatcher::focused() const
+{
+    const QDateTime now = m_config.clock ? m_config.clock() : QDateTime::currentDateTimeUtc();
+    return SessionScan::focused(m_sessions, m_pinnedID, now);
+}
+
+#include "sessionwatcher.moc"

@@ -1,0 +1,203 @@
+#include "preferences.h"
+#include "sessionwatcher.h"
+#include "systemlog.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class TestPreferences : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString settingsFile() const { return m_dir->filePath(u"settings.ini"_s); }
+    QString autostart() const { return m_dir->filePath(u"config/autostart"_s); }
+
+    std::unique_ptr<Preferences> make(SessionWatcher *watcher = nullptr, QString folder = {})
+    {
+        return std::make_unique<Preferences>(std::make_unique<QSettings>(settingsFile(), QSettings::IniFormat),
+            LoginItem(folder.isEmpty() ? autostart() : folder, u"/opt/yuzuha/bin/yuzuha"_s), watcher);
+    }
+    QVariant stored(QStringView key) const { return QSettings(settingsFile(), QSettings::IniFormat).value(key.toString()); }
+
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void init() { m_dir = std::make_unique<QTemporaryDir>(); }
+
+    void freshUserGetsDefaultsAndNothingIsWritten()
+    {
+        const auto prefs = make();
+        QCOMPARE(prefs->size(), Preferences::Size::medium);
+        QVERIFY(prefs->keepOnTop() && prefs->allSpaces() && prefs->speechBubbles() && prefs->percentTag() && prefs->petVisible());
+        QCOMPARE(prefs->bedtime(), 0);
+        QCOMPARE(prefs->outfit(), Preferences::Outfit::seasonal);
+        QVERIFY(!prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool());
+        QVERIFY(!QFile::exists(settingsFile()));
+    }
+
+    void badStoredValuesFallBack_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QString>("property");
+        QTest::addColumn<QVariant>("loaded");
+        const QVariant medium = QVariant::fromValue(Preferences::Size::medium);
+        QTest::addRow("petSize 7") << u"petSize"_s << QVariant(7) << u"size"_s << medium;
+        QTest::addRow("petSize -3") << u"petSize"_s << QVariant(-3) << u"size"_s << medium;
+        QTest::addRow("petSize abc") << u"petSize"_s << QVariant(u"abc"_s) << u"size"_s << medium;
+        QTest::addRow("petSize 0") << u"petSize"_s << QVariant(0) << u"size"_s << QVariant::fromValue(Preferences::Size::small);
+        QTest::addRow("petSize 2") << u"petSize"_s << QVariant(2) << u"size"_s << QVariant::fromValue(Preferences::Size::large);
+        const QVariant seasonal = QVariant::fromValue(Preferences::Outfit::seasonal);
+        QTest::addRow("outfit with a capital") << u"outfit"_s << QVariant(u"Office"_s) << u"outfit"_s << seasonal;
+        QTest::addRow("outfit by its label") << u"outfit"_s << QVariant(u"witch"_s) << u"outfit"_s << seasonal;
+        QTest::addRow("outfit as a list") << u"outfit"_s << QVariant(QStringList { u"eva"_s, u"office"_s }) << u"outfit"_s << seasonal;
+        QTest::addRow("a known outfit") << u"outfit"_s << QVariant(u"frieren"_s) << u"outfit"_s << QVariant::fromValue(Preferences::Outfit::frieren);
+        QTest::addRow("a garbage Boolean keeps the default") << u"keepOnTop"_s << QVariant(u"perhaps"_s) << u"keepOnTop"_s << QVariant(true);
+        QTest::addRow("a stored false") << u"percentTag"_s << QVariant(false) << u"percentTag"_s << QVariant(false);
+        QTest::addRow("a Boolean as a number") << u"petVisible"_s << QVariant(0) << u"petVisible"_s << QVariant(false);
+        QTest::addRow("a bedtime outside the table is kept") << u"bedtimeTokens"_s << QVariant(123) << u"bedtime"_s << QVariant(qint64(123));
+        QTest::addRow("a garbage bedtime reads 0") << u"bedtimeTokens"_s << QVariant(u"soon"_s) << u"bedtime"_s << QVariant(qint64(0));
+    }
+    void badStoredValuesFallBack()
+    {
+        QFETCH(QString, key);
+        QFETCH(QVariant, value);
+        QFETCH(QString, property);
+        QFETCH(QVariant, loaded);
+        {
+            QSettings seed(settingsFile(), QSettings::IniFormat);
+            seed.setValue(key, value);
+        }
+        QFile before(settingsFile());
+        QVERIFY(before.open(QIODevice::ReadOnly));
+        const QByteArray bytes = before.readAll();
+        const auto prefs = make();
+        QCOMPARE(prefs->property(property.toLatin1().constData()), loaded);
+        // Loading never rewrites what the user has stored.
+        QFile after(settingsFile());
+        QVERIFY(after.open(QIODevice::ReadOnly));
+        QCOMPARE(after.readAll(), bytes);
+    }
+
+    void everyAssignmentWritesAndNotifies()
+    {
+        const auto prefs = make();
+        QSignalSpy keepOnTop(prefs.get(), &Preferences::keepOnTopChanged);
+        QSignalSpy aboutToChange(prefs.get(), &Preferences::aboutToChange);
+        prefs->setKeepOnTop(true);
+        QCOMPARE(keepOnTop.size(), 1);
+        QCOMPARE(aboutToChange.size(), 1);
+        QCOMPARE(stored(Preferences::keepOnTopKey), QVariant(u"true"_s));
+        prefs->setSize(Preferences::Size::large);
+        QCOMPARE(stored(Preferences::sizeKey).toInt(), 2);
+        prefs->setOutfit(Preferences::Outfit::eva);
+        QCOMPARE(stored(Preferences::outfitKey).toString(), u"eva"_s);
+    }
+
+    void seasonalOutfit_data()
+    {
+        QTest::addColumn<Preferences::Outfit>("outfit");
+        QTest::addColumn<QDate>("day");
+        QTest::addColumn<Preferences::Outfit>("resolved");
+        using O = Preferences::Outfit;
+        QTest::addRow("1 October") << O::seasonal << QDate(2026, 10, 1) << O::halloween;
+        QTest::addRow("31 October") << O::seasonal << QDate(2026, 10, 31) << O::halloween;
+        QTest::addRow("30 November") << O::seasonal << QDate(2026, 11, 30) << O::office;
+        QTest::addRow("1 December") << O::seasonal << QDate(2026, 12, 1) << O::christmas;
+        QTest::addRow("1 January") << O::seasonal << QDate(2027, 1, 1) << O::office;
+        QTest::addRow("a costume stays itself in October") << O::eva << QDate(2026, 10, 15) << O::eva;
+    }
+    void seasonalOutfit()
+    {
+        QFETCH(Preferences::Outfit, outfit);
+        QFETCH(QDate, day);
+        QFETCH(Preferences::Outfit, resolved);
+        QCOMPARE(Preferences::resolved(outfit, day), resolved);
+    }
+
+    void bedtimeRefreshesTheWatcherOnce()
+    {
+        SessionWatcher watcher(
+            { [] { return std::make_shared<const QList<FleetAccess::Snapshot>>(); }, settingsFile(), QSettings::IniFormat, {}, [](qsizetype, qsizetype) {} });
+        const auto prefs = make(&watcher);
+        QSignalSpy refreshed(&watcher, &SessionWatcher::refreshRequested);
+        prefs->setBedtime(200'000);
+        QCOMPARE(refreshed.size(), 1);
+        // On disk before the refresh runs, where the worker's own store reads it.
+        QCOMPARE(QSettings(settingsFile(), QSettings::IniFormat).value(u"bedtimeTokens"_s).toLongLong(), 200'000);
+        prefs->setBedtime(200'000);
+        QCOMPARE(refreshed.size(), 2);
+        prefs->setKeepOnTop(false);
+        QCOMPARE(refreshed.size(), 2);
+    }
+
+    void openAtLogin()
+    {
+        const auto prefs = make();
+        QSignalSpy changed(prefs.get(), &Preferences::openAtLoginChanged);
+        QVERIFY(!prefs->openAtLogin());
+        prefs->setOpenAtLogin(true);
+        QVERIFY(prefs->openAtLogin());
+        QFile entry(autostart() + u"/yuzuha.desktop"_s);
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        const QByteArray text = entry.readAll();
+        for (const char *line : { "[Desktop Entry]\n", "Type=Application\n", "Name=Yuzuha\n", "Exec=/opt/yuzuha/bin/yuzuha\n", "Icon=yuzuha\n",
+                 "X-GNOME-Autostart-enabled=true\n" })
+            QVERIFY2(text.contains(line), line);
+        entry.close();
+        prefs->setOpenAtLogin(false);
+        QVERIFY(!prefs->openAtLogin());
+        QVERIFY(!entry.exists());
+        QCOMPARE(changed.size(), 2);
+    }
+
+    void openAtLoginReadsTheRealEntry_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<bool>("enabled");
+        QTest::addRow("ours") << QByteArray("[Desktop Entry]\nType=Application\nName=Yuzuha\nExec=yuzuha\n") << true;
+        QTest::addRow("ours with a quoted path") << QByteArray("[Desktop Entry]\nType=Application\nExec=\"/home/a b/bin/yuzuha\" --x\n") << true;
+        QTest::addRow("hidden by the user") << QByteArray("[Desktop Entry]\nType=Application\nExec=yuzuha\nHidden=true\n") << false;
+        QTest::addRow("switched off in GNOME") << QByteArray("[Desktop Entry]\nType=Application\nExec=yuzuha\nX-GNOME-Autostart-enabled=false\n") << false;
+        QTest::addRow("another program under our name") << QByteArray("[Desktop Entry]\nType=Application\nExec=yuzuha-books\n") << false;
+        QTest::addRow("not a desktop entry") << QByteArray("Exec=yuzuha\n") << false;
+    }
+    void openAtLoginReadsTheRealEntry()
+    {
+        QFETCH(QByteArray, entry);
+        QFETCH(bool, enabled);
+        QVERIFY(QDir().mkpath(autostart()));
+        QFile file(autostart() + u"/yuzuha.desktop"_s);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(entry);
+        file.close();
+        QCOMPARE(make()->openAtLogin(), enabled);
+    }
+
+    void openAtLoginFailureIsLogged()
+    {
+        // A file where the autostart folder's parent should be: no account, not even root, can create the folder.
+        QFile blocker(m_dir->filePath(u"blocked"_s));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const auto prefs = make(nullptr, m_dir->filePath(u"blocked/autostart"_s));
+        QStringList lines;
+        const SystemLog::Capture capture([&lines](const QString &, const QString &message) { lines.append(message); });
+        QSignalSpy changed(prefs.get(), &Preferences::openAtLoginChanged);
+        prefs->setOpenAtLogin(true);
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines.first().startsWith(u"Yuzuha: open at login change failed: "_s), qPrintable(lines.first()));
+        QVERIFY(lines.first().size() > 40);
+        QVERIFY(!prefs->openAtLogin());
+        QCOMPARE(changed.size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPreferences)
+#include "tst_preferences.moc"

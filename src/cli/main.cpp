@@ -1,5 +1,7 @@
+#include "bookscommand.h"
 #include "console.h"
 #include "readcommand.h"
+#include "statuslinecommand.h"
 
 #include <QCoreApplication>
 
@@ -18,6 +20,8 @@ struct Verb {
 // Each verb: the first argument names it, the rest is its own to parse.
 const std::array verbs {
     Verb { u"read", ReadCommand::synopsis, ReadCommand::run },
+    Verb { u"books", BooksCommand::synopsis, BooksCommand::run },
+    Verb { u"statusline", StatuslineCommand::synopsis, StatuslineCommand::run },
 };
 
 int usage()
@@ -35,8 +39,9 @@ int main(int argc, char *argv[])
 
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
-    if (arguments.isEmpty())
-        return usage();
+    // Without a verb, or with options only, the tool prints today's books.
+    if (arguments.isEmpty() || arguments.constFirst().startsWith(u'-'))
+        return BooksCommand::run(arguments);
     const QString name = arguments.takeFirst();
     for (const Verb &verb : verbs) {
         if (verb.name == name)

@@ -1,0 +1,64 @@
+#include "statuslinecommand.h"
+
+#include "console.h"
+#include "formatting.h"
+#include "preferences.h"
+#include "readcommand.h"
+#include "sessionscan.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace StatuslineCommand
+{
+namespace
+{
+const QString neutralLine = u"Yuzuha · no session yet"_s;
+}
+
+QString meter(int tier)
+{
+    QString segments;
+    for (int i = 0; i < 6; ++i)
+        segments += i < tier ? u'▰' : u'▱';
+    return segments;
+}
+
+QString lineFor(const Session &session)
+{
+    const QString tokens = session.tokens ? shortTokens(*session.tokens) : u"fresh"_s;
+    const int tier = session.tier();
+    return meter(tier) + u' ' + QString::number(session.percent()) + u"% · "_s + tokens + u'/' + shortTokens(session.window) + u" · "_s
+        + Tiers::all[static_cast<size_t>(tier)].romaji.toString();
+}
+
+QString lineFor(const QByteArray &input, qint64 bedtime)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(input);
+    const QString path = document.object().value(u"transcript_path"_s).toString();
+    if (path.isEmpty() || !QFileInfo(path).isFile())
+        return neutralLine;
+    SessionScan scan([] { return std::make_shared<const QList<FleetAccess::Snapshot>>(); }, {}, [](qsizetype, qsizetype) {});
+    const std::optional<Session> session = scan.read({ path, ReadCommand::providerForPath(path) }, bedtime);
+    return session ? lineFor(*session) : neutralLine;
+}
+
+int run(const QStringList &arguments)
+{
+    if (!arguments.isEmpty())
+        return Console::usage(synopsis);
+    QFile in;
+    QByteArray input;
+    // Status-line input is one small object; a megabyte is far more than it ever holds.
+    if (in.open(stdin, QIODevice::ReadOnly))
+        input = in.read(1 << 20);
+    Console::out(lineFor(input, Preferences::readBedtime(*Preferences::userStore())));
+    return 0;
+}
+} // namespace StatuslineCommand

@@ -2,6 +2,8 @@
 
 #include <QLocale>
 
+#include <array>
+#include <charconv>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -15,7 +17,13 @@ QString shortTokens(qint64 n)
     const double m = static_cast<double>(n) / 1'000'000.0;
     if (m == std::floor(m) && m < 9.0e15)
         return QString::number(static_cast<qint64>(m)) + u'M';
-    return QString::asprintf("%.1fM", m);
+    // printf's "%.1f" in the C locale: exact ties round to even (1.25 gives 1.2), and the point is
+    // always '.'. QString::asprintf rounds ties up, and snprintf follows the process locale.
+    std::array<char, 32> digits {};
+    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), m, std::chars_format::fixed, 1);
+    if (error != std::errc())
+        return QString::number(m, 'f', 1) + u'M';
+    return QString::fromLatin1(digits.data(), end - digits.data()) + u'M';
 }
 
 QString clock(const QDateTime &date, const QDateTime &now)

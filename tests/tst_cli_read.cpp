@@ -1,0 +1,110 @@
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QByteArray claudeLine
+    = R"({"type":"assistant","cwd":"/w/app","message":{"model":"claude-opus-4-7","usage":{"input_tokens":3,"cache_creation_input_tokens":1200,"cache_read_input_tokens":45000}}})";
+const QByteArray codexLines
+    = R"({"type":"session_meta","payload":{"cwd":"/w/codex"}})"
+      "\n"
+      R"({"type":"event_msg","payload":{"type":"token_count","info":{"last_token_usage":{"input_tokens":12000},"model_context_window":258400}}})"
+      "\n";
+const QByteArray claudeOut = R"({"tokens":46203,"window":null,"model":"claude-opus-4-7","cwd":"/w/app"})";
+const QByteArray codexOut = R"({"tokens":12000,"window":258400,"model":null,"cwd":"/w/codex"})";
+const QByteArray nothingOut = R"({"tokens":null,"window":null,"model":null,"cwd":null})";
+
+struct Run {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+} // namespace
+
+class TestCliRead : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_dir.isValid()); }
+
+    void read_data()
+    {
+        QTest::addColumn<QString>("relativePath");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QByteArray>("output");
+        QTest::addRow("a Claude Code log") << u"claude/p/a.jsonl"_s << claudeLine << QStringList() << claudeOut;
+        QTest::addRow("a log below .codex is read as Codex") << u"home/.codex/sessions/2025/a.jsonl"_s << codexLines << QStringList() << codexOut;
+        QTest::addRow("a folder only ending in .codex is not Codex") << u"home/x.codex/a.jsonl"_s << codexLines << QStringList() << nothingOut;
+        QTest::addRow("--provider codex wins over the path") << u"claude/p/b.jsonl"_s << codexLines << QStringList { u"--provider"_s, u"codex"_s } << codexOut;
+        QTest::addRow("--provider=claude wins over .codex") << u"home/.codex/c.jsonl"_s << claudeLine << QStringList { u"--provider=claude"_s } << claudeOut;
+        QTest::addRow("an empty log prints nulls") << u"claude/p/empty.jsonl"_s << QByteArray() << QStringList() << nothingOut;
+        QTest::addRow("strings are escaped")
+            << u"claude/p/esc.jsonl"_s
+            << "{\"type\":\"assistant\",\"cwd\":\"/w/a \\\"q\\\" \\\\ \\t \\u0001 é\",\"message\":{\"model\":\"m\",\"usage\":{\"input_tokens\":1}}}"_ba
+            << QStringList() << "{\"tokens\":1,\"window\":null,\"model\":\"m\",\"cwd\":\"/w/a \\\"q\\\" \\\\ \\t \\u0001 é\"}"_ba;
+    }
+    void read()
+    {
+        QFETCH(QString, relativePath);
+        QFETCH(QByteArray, content);
+        QFETCH(QStringList, options);
+        QFETCH(QByteArray, output);
+        const QString path = m_dir.filePath(relativePath);
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(content);
+        file.close();
+
+        const Run run = books(QStringList { u"read"_s } + options + QStringList { path });
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, output + '\n');
+        QCOMPARE(run.err, QByteArray());
+    }
+
+    void refusals_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QByteArray>("message");
+        const QString missing = m_dir.filePath(u"missing.jsonl"_s);
+        QTest::addRow("missing file names the file") << QStringList { u"read"_s, missing } << missing.toUtf8();
+        QTest::addRow("a folder names the folder") << QStringList { u"read"_s, m_dir.path() } << m_dir.path().toUtf8();
+        QTest::addRow("unknown option") << QStringList { u"read"_s, u"--bogus"_s, missing } << "usage: yuzuha-books read"_ba;
+        QTest::addRow("unknown provider") << QStringList { u"read"_s, u"--provider"_s, u"gemini"_s, missing } << "usage: yuzuha-books read"_ba;
+        QTest::addRow("no file") << QStringList { u"read"_s } << "usage: yuzuha-books read"_ba;
+        QTest::addRow("two files") << QStringList { u"read"_s, missing, missing } << "usage: yuzuha-books read"_ba;
+        QTest::addRow("unknown verb") << QStringList { u"write"_s, missing } << "usage: yuzuha-books"_ba;
+    }
+    void refusals()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, message);
+        const Run run = books(arguments);
+        QCOMPARE(run.exitCode, 2);
+        QCOMPARE(run.out, QByteArray());
+        QVERIFY2(run.err.contains(message), run.err.constData());
+        QVERIFY2(run.err.endsWith('\n'), run.err.constData());
+    }
+
+private:
+    static Run books(const QStringList &arguments)
+    {
+        QProcess process;
+        process.start(QStringLiteral(YUZUHA_BOOKS), arguments);
+        if (!process.waitForFinished(30'000) || process.exitStatus() != QProcess::NormalExit)
+            return {};
+        return Run { process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError() };
+    }
+
+    QTemporaryDir m_dir;
+};
+
+QTEST_GUILESS_MAIN(TestCliRead)
+#include "tst_cli_read.moc"

@@ -1,0 +1,96 @@
+#include "formatting.h"
+
+#include <QLocale>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class TestFormatting : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
+
+    void shortTokens_data()
+    {
+        QTest::addColumn<qint64>("count");
+        QTest::addColumn<QString>("text");
+        QTest::addRow("zero") << qint64(0) << u"0"_s;
+        QTest::addRow("below a thousand has no suffix or grouping") << qint64(999) << u"999"_s;
+        QTest::addRow("negative prints its sign") << qint64(-5) << u"-5"_s;
+        QTest::addRow("one thousand") << qint64(1'000) << u"1K"_s;
+        QTest::addRow("thousands round down below the half") << qint64(1'499) << u"1K"_s;
+        QTest::addRow("thousands round the half away from zero") << qint64(1'500) << u"2K"_s;
+        QTest::addRow("a real count") << qint64(46'203) << u"46K"_s;
+        QTest::addRow("just below a million stays in K") << qint64(999'999) << u"1000K"_s;
+        QTest::addRow("whole millions have no decimal") << qint64(1'000'000) << u"1M"_s;
+        QTest::addRow("two million") << qint64(2'000'000) << u"2M"_s;
+        QTest::addRow("one decimal") << qint64(1'100'000) << u"1.1M"_s;
+        QTest::addRow("decimal rounds up") << qint64(1'260'000) << u"1.3M"_s;
+        QTest::addRow("an exact tie rounds to even as printf does") << qint64(1'250'000) << u"1.2M"_s;
+        QTest::addRow("not whole but rounds to .0") << qint64(1'000'001) << u"1.0M"_s;
+        QTest::addRow("rounds up to the next whole with .0") << qint64(1'960'000) << u"2.0M"_s;
+        QTest::addRow("largest count does not overflow") << std::numeric_limits<qint64>::max() << u"9223372036854.8M"_s;
+    }
+    void shortTokens()
+    {
+        QFETCH(qint64, count);
+        QFETCH(QString, text);
+        QCOMPARE(::shortTokens(count), text);
+    }
+
+    void shortTokensIgnoresNumberLocale()
+    {
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        const QString text = ::shortTokens(1'100'000);
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QCOMPARE(text, u"1.1M"_s);
+    }
+
+    void clock_data()
+    {
+        QTest::addColumn<QDateTime>("date");
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QString>("text");
+        const QDate tuesday(2024, 3, 12);
+        QTest::addRow("today shows the time only") << QDateTime(tuesday, QTime(8, 7)) << QDateTime(tuesday, QTime(17, 30)) << u"08:07"_s;
+        QTest::addRow("yesterday shows the weekday") << QDateTime(tuesday, QTime(8, 7)) << QDateTime(tuesday.addDays(1), QTime(8, 7)) << u"Tue 08:07"_s;
+        QTest::addRow("a minute before midnight is another day")
+            << QDateTime(tuesday, QTime(23, 59)) << QDateTime(tuesday.addDays(1), QTime(0, 0, 30)) << u"Tue 23:59"_s;
+        QTest::addRow("24-hour clock") << QDateTime(tuesday, QTime(21, 5)) << QDateTime(tuesday, QTime(22, 0)) << u"21:05"_s;
+        QTest::addRow("a time given in UTC is shown in local time")
+            << QDateTime(tuesday, QTime(8, 7)).toUTC() << QDateTime(tuesday, QTime(12, 0)) << u"08:07"_s;
+    }
+    void clock()
+    {
+        QFETCH(QDateTime, date);
+        QFETCH(QDateTime, now);
+        QFETCH(QString, text);
+        QCOMPARE(::clock(date, now), text);
+    }
+
+    void ago_data()
+    {
+        QTest::addColumn<qint64>("msecsBeforeNow");
+        QTest::addColumn<QString>("text");
+        QTest::addRow("59.9 s is still now") << qint64(59'900) << u"now"_s;
+        QTest::addRow("60 s is a minute") << qint64(60'000) << u"1m ago"_s;
+        QTest::addRow("the last minute before an hour") << qint64(3'599'999) << u"59m ago"_s;
+        QTest::addRow("an hour") << qint64(3'600'000) << u"1h ago"_s;
+        QTest::addRow("61 minutes truncate to an hour") << qint64(61 * 60'000) << u"1h ago"_s;
+        QTest::addRow("no day unit") << qint64(86'399'000) << u"23h ago"_s;
+        QTest::addRow("the future reads as now") << qint64(-10'000) << u"now"_s;
+        QTest::addRow("far future reads as now") << qint64(-7'200'000) << u"now"_s;
+    }
+    void ago()
+    {
+        QFETCH(qint64, msecsBeforeNow);
+        QFETCH(QString, text);
+        const QDateTime now(QDate(2024, 3, 12), QTime(12, 0));
+        QCOMPARE(::ago(now.addMSecs(-msecsBeforeNow), now), text);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFormatting)
+#include "tst_formatting.moc"

@@ -1,0 +1,371 @@
+#include "journal.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+
+using namespace Qt::StringLiterals;
+using Journal::Reading;
+
+Q_DECLARE_METATYPE(Journal::Reading)
+using OptionalText = std::optional<QString>;
+Q_DECLARE_METATYPE(OptionalText)
+
+namespace Journal
+{
+char *toString(const Reading &reading)
+{
+    const auto number = [](std::optional<qint64> n) { return n ? QByteArray::number(*n) : QByteArray("-"); };
+    const auto text = [](const std::optional<QString> &s) { return s ? "\"" + s->toUtf8() + "\"" : QByteArray("-"); };
+    return qstrdup("tokens " + number(reading.tokens) + ", window " + number(reading.window) + ", model " + text(reading.model) + ", cwd " + text(reading.cwd));
+}
+} // namespace Journal
+
+namespace
+{
+constexpr qint64 KiB = 1024;
+constexpr qint64 MiB = 1024 * KiB;
+
+Reading reading(std::optional<qint64> tokens, std::optional<qint64> window = {}, OptionalText model = {}, OptionalText cwd = {})
+{
+    return Reading { tokens, window, std::move(model), std::move(cwd) };
+}
+
+/// A Claude Code assistant reply with the given usage members.
+QByteArray assistant(QByteArrayView usage, QByteArrayView model = "claude-opus-4-7", QByteArrayView extra = {})
+{
+    return R"({"type":"assistant","cwd":"/w/app",)" + extra.toByteArray() + R"("message":{"model":")" + model.toByteArray()
+        + R"(","role":"assistant","usage":{)" + usage.toByteArray() + "}}}";
+}
+QByteArray tokens(qint64 input)
+{
+    return assistant("\"input_tokens\":" + QByteArray::number(input) + ",\"cache_creation_input_tokens\":0,\"cache_read_input_tokens\":0");
+}
+
+/// A Codex token-count event with the given info members.
+QByteArray tokenCount(QByteArrayView info, QByteArrayView topType = "event_msg")
+{
+    return R"({"timestamp":"2025-01-01T00:00:00Z","type":")" + topType.toByteArray() + R"(","payload":{"type":"token_count","info":)" + info.toByteArray()
+        + "}}";
+}
+QByteArray codexTokens(qint64 input)
+{
+    return tokenCount(R"({"last_token_usage":{"input_tokens":)" + QByteArray::number(input) + R"(,"output_tokens":9},"model_context_window":258400})");
+}
+const QByteArray codexMeta = R"({"timestamp":"2025-01-01T00:00:00Z","type":"session_meta","payload":{"id":"s1","cwd":"/w/codex","originator":"cli"}})";
+const QByteArray codexCompacted = R"({"timestamp":"2025-01-01T00:00:00Z","type":"compacted","payload":{"message":"summary"}})";
+
+QByteArray joinLines(const QByteArrayList &lines)
+{
+    return lines.isEmpty() ? QByteArray() : lines.join('\n') + '\n';
+}
+
+/// Exactly `size` bytes of ordinary log lines that mention none of the readers' keys.
+QByteArray filler(qint64 size)
+{
+    QByteArray bytes(size, 'x');
+    for (qint64 at = 0; at < size; at += KiB) {
+        bytes[at] = '\n';
+        if (at + 1 < size)
+            bytes[at + 1] = '{';
+    }
+    bytes[size - 1] = '\n';
+    return bytes;
+}
+} // namespace
+
+class TestJournal : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_dir.isValid()); }
+
+    void tailLines_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<qint64>("byteCount");
+        QTest::addColumn<QByteArrayList>("lines");
+        QTest::addColumn<bool>("complete");
+        QTest::addRow("empty file") << QByteArray() << Journal::tailSizes[0] << QByteArrayList() << true;
+        QTest::addRow("a trailing newline adds no line") << "a\nb\n"_ba << qint64(100) << QByteArrayList { "a", "b" } << true;
+        QTest::addRow("blank lines are dropped") << "\n\na\n\n\nb"_ba << qint64(100) << QByteArrayList { "a", "b" } << true;
+        QTest::addRow("carriage returns are kept") << "a\r\nb\r\n"_ba << qint64(100) << QByteArrayList { "a\r", "b\r" } << true;
+        QTest::addRow("byte count equal to the length reads it all") << "abc\ndef\n"_ba << qint64(8) << QByteArrayList { "abc", "def" } << true;
+        QTest::addRow("a cut inside a line drops its end") << "abc\ndef\nghi\n"_ba << qint64(6) << QByteArrayList { "ghi" } << false;
+        QTest::addRow("a cut on a line boundary still drops the first line") << "abc\ndef\nghi\n"_ba << qint64(8) << QByteArrayList { "ghi" } << false;
+        QTest::addRow("the dropped line is the first non-empty one") << "abc\n\n\ndef\nghi\n"_ba << qint64(10) << QByteArrayList { "ghi" } << false;
+        QTest::addRow("only a partial line in view") << "abcdef\n"_ba << qint64(3) << QByteArrayList() << false;
+        QTest::addRow("zero bytes") << "abc\n"_ba << qint64(0) << QByteArrayList() << false;
+    }
+    void tailLines()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(qint64, byteCount);
+        QFETCH(QByteArrayList, lines);
+        QFETCH(bool, complete);
+        const std::optional<Journal::Tail> tail = Journal::tailLines(write(content), byteCount);
+        QVERIFY(tail);
+        QByteArrayList got;
+        for (const QByteArrayView line : tail->lines)
+            got.append(line.toByteArray());
+        QCOMPARE(got, lines);
+        QCOMPARE(tail->complete, complete);
+    }
+
+    void unreadableFiles_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addRow("missing file") << m_dir.filePath(u"missing.jsonl"_s);
+        QTest::addRow("a folder") << m_dir.path();
+    }
+    void unreadableFiles()
+    {
+        QFETCH(QString, path);
+        QVERIFY(!Journal::tailLines(path, Journal::tailSizes[0]));
+        QVERIFY(!Journal::headCwd(path));
+        QCOMPARE(Journal::claude(path), Reading());
+        QCOMPARE(Journal::codex(path), Reading());
+    }
+
+    void claude_data()
+    {
+        QTest::addColumn<QByteArrayList>("lines");
+        QTest::addColumn<Reading>("expected");
+        const QByteArray compaction = R"({"type":"system","subtype":"compact_boundary","cwd":"/w/compacted","content":"Conversation compacted"})";
+        const QByteArray realUsage = R"("input_tokens":3,"cache_creation_input_tokens":1200,"cache_read_input_tokens":45000,"output_tokens":999)";
+
+        QTest::addRow("empty file") << QByteArrayList() << Reading();
+        QTest::addRow("input, cache creation and cache read are summed, output is not")
+            << QByteArrayList { assistant(realUsage) } << reading(46'203, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("the newest usage record wins") << QByteArrayList { tokens(100), tokens(200) } << reading(200, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("lines without usage are passed over") << QByteArrayList { tokens(100), R"({"type":"user","message":{"content":"hi"}})", "not json" }
+                                                             << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a sidechain reply gives way to an older main one") << QByteArrayList {
+            assistant(R"("input_tokens":100)", "m", R"("isSidechain":false,)"), assistant(R"("input_tokens":200)", "m", R"("isSidechain":true,)")
+        } << reading(100, {}, u"m"_s, u"/w/app"_s);
+        QTest::addRow("isSidechain other than boolean true passes")
+            << QByteArrayList { tokens(100), assistant(R"("input_tokens":200)", "m", R"("isSidechain":"true",)") } << reading(200, {}, u"m"_s, u"/w/app"_s);
+        QTest::addRow("a compaction newer than any usage empties the count")
+            << QByteArrayList { tokens(100), compaction } << reading({}, {}, {}, u"/w/compacted"_s);
+        QTest::addRow("a usage record newer than the compaction counts")
+            << QByteArrayList { compaction, tokens(300) } << reading(300, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a compaction without cwd still decides") << QByteArrayList { tokens(100), R"({"subtype":"compact_boundary"})" } << Reading();
+        QTest::addRow("compaction is tested before usage on the same line")
+            << QByteArrayList { tokens(100), assistant(R"("input_tokens":5)", "m", R"("subtype":"compact_boundary",)") } << reading({}, {}, {}, u"/w/app"_s);
+        QTest::addRow("compact_boundary in a message body is not a boundary")
+            << QByteArrayList { tokens(100), assistant(R"("input_tokens":200)", "m", R"("note":"ran /compact, see compact_boundary",)") }
+            << reading(200, {}, u"m"_s, u"/w/app"_s);
+        QTest::addRow("a subtype that is not a string is not a boundary")
+            << QByteArrayList { tokens(100), R"({"subtype":["compact_boundary"],"cwd":"/w/x"})" } << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a synthetic reply is skipped") << QByteArrayList { tokens(100), assistant(R"("input_tokens":200)", "<synthetic>") }
+                                                      << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a zero sum is skipped") << QByteArrayList { tokens(100), tokens(0) } << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("no cwd") << QByteArrayList { R"({"type":"assistant","message":{"model":"m","usage":{"input_tokens":7}}})" } << reading(7, {}, u"m"_s);
+        QTest::addRow("model and cwd of the wrong type are absent")
+            << QByteArrayList { R"({"type":"assistant","cwd":null,"message":{"model":5,"usage":{"input_tokens":7}}})" } << reading(7);
+        QTest::addRow("only assistant replies count") << QByteArrayList { tokens(100), R"({"type":"user","message":{"usage":{"input_tokens":200}}})",
+            R"({"type":1,"message":{"usage":{"input_tokens":300}}})" }
+                                                      << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("message and usage must be objects")
+            << QByteArrayList { tokens(100), R"({"type":"assistant","message":{"usage":[1,2]}})", R"({"type":"assistant","message":"usage","usage":{}})" }
+            << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a broken line with the key is skipped") << QByteArrayList { tokens(100), R"({"type":"assistant","message":{"usage":{"input_tokens":5})" }
+                                                               << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("counts of the wrong type are zero")
+            << QByteArrayList { assistant(R"("input_tokens":"12","cache_creation_input_tokens":30,"cache_read_input_tokens":null)") }
+            << reading(30, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("each fraction truncates on its own")
+            << QByteArrayList { assistant(R"("input_tokens":1.9,"cache_creation_input_tokens":2.9,"cache_read_input_tokens":3.9)") }
+            << reading(6, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a negative fraction truncates toward zero")
+            << QByteArrayList { assistant(R"("input_tokens":-1.5,"cache_read_input_tokens":10)") } << reading(9, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("integers past 2^53 stay exact")
+            << QByteArrayList { assistant(R"("input_tokens":9007199254740993)") } << reading(9'007'199'254'740'993, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a count past the int64 range saturates")
+            << QByteArrayList { assistant(R"("input_tokens":1e300)") } << reading(std::numeric_limits<qint64>::max(), {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("an overflowing sum saturates") << QByteArrayList {
+            assistant(R"("input_tokens":9000000000000000000,"cache_read_input_tokens":9000000000000000000)")
+        } << reading(std::numeric_limits<qint64>::max(), {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("a key spelled with an escape is not found by the byte search") << QByteArrayList { tokens(100),
+            R"({"type":"assistant","message":{"us\u0061ge":{"input_tokens":200}}})" } << reading(100, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("CRLF lines parse") << QByteArrayList { tokens(100) + '\r', tokens(200) + '\r' } << reading(200, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+    }
+    void claude()
+    {
+        QFETCH(QByteArrayList, lines);
+        QFETCH(Reading, expected);
+        QCOMPARE(Journal::claude(write(joinLines(lines))), expected);
+    }
+
+    void codex_data()
+    {
+        QTest::addColumn<QByteArrayList>("lines");
+        QTest::addColumn<Reading>("expected");
+        const QString cwd = u"/w/codex"_s;
+        QTest::addRow("tokens and the stated window") << QByteArrayList { codexMeta, codexTokens(12'000) } << reading(12'000, 258'400, {}, cwd);
+        QTest::addRow("the newest event wins") << QByteArrayList { codexMeta, codexTokens(1), codexTokens(2) } << reading(2, 258'400, {}, cwd);
+        QTest::addRow("an event with null info gives way to an older one")
+            << QByteArrayList { codexMeta, codexTokens(12'000), tokenCount("null") } << reading(12'000, 258'400, {}, cwd);
+        QTest::addRow("an empty info is passed over") << QByteArrayList { codexMeta, codexTokens(12'000), tokenCount("{}") }
+                                                      << reading(12'000, 258'400, {}, cwd);
+        QTest::addRow("last usage must be an object") << QByteArrayList { codexMeta, codexTokens(12'000),
+            tokenCount(R"({"last_token_usage":7,"model_context_window":1})") }
+                                                      << reading(12'000, 258'400, {}, cwd);
+        QTest::addRow("missing input count is zero, not absent")
+            << QByteArrayList { codexMeta, tokenCount(R"({"last_token_usage":{"output_tokens":5},"model_context_window":258400})") }
+            << reading(0, 258'400, {}, cwd);
+        QTest::addRow("no stated window") << QByteArrayList { codexMeta, tokenCount(R"({"last_token_usage":{"input_tokens":5}})") } << reading(5, {}, {}, cwd);
+        QTest::addRow("a fractional window is no window")
+            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":258400.5})") } << reading(5);
+        QTest::addRow("an integral window written with an exponent")
+            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":2.584e5})") } << reading(5, 258'400);
+        QTest::addRow("a window past the int64 range is no window")
+            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":1e300})") } << reading(5);
+        QTest::addRow("a window of the wrong type is no window")
+            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":"258400"})") } << reading(5);
+        QTest::addRow("a fractional input count truncates")
+            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":12000.9}})") } << reading(12'000);
+        QTest::addRow("a compaction newer than any event empties the count, cwd stays")
+            << QByteArrayList { codexMeta, codexTokens(12'000), codexCompacted } << reading({}, {}, {}, cwd);
+        QTest::addRow("an event newer than the compaction counts")
+            << QByteArrayList { codexMeta, codexCompacted, codexTokens(40) } << reading(40, 258'400, {}, cwd);
+        QTest::addRow("the word compacted inside an event is no compaction")
+            << QByteArrayList { codexTokens(1), tokenCount(R"({"last_token_usage":{"input_tokens":7},"reason":"compacted"})") } << reading(7);
+        QTest::addRow("the top-level type of an event is not examined")
+            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":7}})", "whatever") } << reading(7);
+        QTest::addRow("other payloads that mention token_count are skipped")
+            << QByteArrayList { codexTokens(1), "{\"type\":\"event_msg\",\"payload\":{\"type\":\"agent_message\",\"message\":\"\\\"token_count\\\"\"}}" }
+            << reading(1, 258'400);
+        QTest::addRow("a key spelled with an escape is not found by the byte search")
+            << QByteArrayList { codexTokens(1), R"({"payload":{"type":"token\u005fcount","info":{"last_token_usage":{"input_tokens":7}}}})" }
+            << reading(1, 258'400);
+        QTest::addRow("only the working directory") << QByteArrayList { codexMeta, R"({"type":"response_item","payload":{}})" } << reading({}, {}, {}, cwd);
+    }
+    void codex()
+    {
+        QFETCH(QByteArrayList, lines);
+        QFETCH(Reading, expected);
+        QCOMPARE(Journal::codex(write(joinLines(lines))), expected);
+    }
+
+    void headCwd_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<OptionalText>("cwd");
+        QTest::addRow("the session record's cwd") << joinLines({ codexMeta, codexTokens(1) }) << OptionalText(u"/w/codex"_s);
+        QTest::addRow("a blank after the colon is not matched") << R"({"cwd": "/w/a"})"_ba << OptionalText();
+        QTest::addRow("an escaped quote cuts the path, the backslash stays") << "{\"cwd\":\"/w/a\\\"b\"}"_ba << OptionalText(u"/w/a\\"_s);
+        QTest::addRow("escapes are not decoded") << R"({"cwd":"C:\\Users\u00e9"})"_ba << OptionalText(uR"(C:\\Users\u00e9)"_s);
+        QTest::addRow("the first match wins") << R"({"x":{"cwd":"/w/first"}})"_ba + "\n" + R"({"cwd":"/w/second"})" << OptionalText(u"/w/first"_s);
+        QTest::addRow("an empty value is present") << R"({"cwd":""})"_ba << OptionalText(QString());
+        QTest::addRow("UTF-8 is decoded") << R"({"cwd":"/w/日本"})"_ba << OptionalText(u"/w/日本"_s);
+        QTest::addRow("invalid UTF-8 is absent") << "{\"cwd\":\"/w/\xff\xfe\"}"_ba << OptionalText();
+        QTest::addRow("no closing quote") << "{\"cwd\":\"/w/a"_ba << OptionalText();
+        QTest::addRow("empty file") << QByteArray() << OptionalText();
+        QTest::addRow("past the head") << filler(Journal::headSize) + R"({"cwd":"/w/late"})" << OptionalText();
+        QTest::addRow("the key across the head's end") << filler(Journal::headSize - 3) + R"("cwd":"/w/late")" << OptionalText();
+        QTest::addRow("the value across the head's end") << filler(Journal::headSize - 10) + R"("cwd":"/w/late")" << OptionalText();
+        QTest::addRow("the value ending at the head's end") << filler(Journal::headSize - 13) + R"("cwd":"/w/ok")" << OptionalText(u"/w/ok"_s);
+    }
+    void headCwd()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(OptionalText, cwd);
+        QCOMPARE(Journal::headCwd(write(content)), cwd);
+    }
+
+    // Multi-MiB logs: which tail step finds a record, and that nothing past 32 MiB is read.
+    void tailSteps_data()
+    {
+        QTest::addColumn<bool>("isCodex");
+        QTest::addColumn<qint64>("fileSize");
+        QTest::addColumn<qint64>("fromEnd");
+        QTest::addColumn<Reading>("expected");
+        const Reading claudeFound = reading(4'242, {}, u"claude-opus-4-7"_s, u"/w/app"_s);
+        QTest::addRow("claude: found in the first tail") << false << 1 * MiB << 100 * KiB << claudeFound;
+        QTest::addRow("claude: found at the 4 MiB step") << false << 6 * MiB << 1 * MiB << claudeFound;
+        QTest::addRow("claude: found at the 32 MiB step") << false << 10 * MiB << 5 * MiB << claudeFound;
+        QTest::addRow("claude: nothing past 32 MiB") << false << 40 * MiB << 35 * MiB << Reading();
+        QTest::addRow("codex: found at the 32 MiB step") << true << 10 * MiB << 5 * MiB << reading(4'242, 258'400, {}, u"/w/codex"_s);
+        QTest::addRow("codex: nothing past 32 MiB, cwd still read") << true << 40 * MiB << 35 * MiB << reading({}, {}, {}, u"/w/codex"_s);
+    }
+    void tailSteps()
+    {
+        QFETCH(bool, isCodex);
+        QFETCH(qint64, fileSize);
+        QFETCH(qint64, fromEnd);
+        QFETCH(Reading, expected);
+        const QByteArray record = (isCodex ? codexTokens(4'242) : tokens(4'242)) + '\n';
+        const QByteArray head = isCodex ? codexMeta + '\n' : QByteArray();
+        const QByteArray chunk = filler(MiB);
+        QFile file(m_dir.filePath(u"big.jsonl"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(head);
+        const qint64 before = fileSize - fromEnd - record.size() - head.size();
+        for (qint64 left = before; left > 0; left -= MiB)
+            file.write(left >= MiB ? chunk : filler(left));
+        file.write(record);
+        for (qint64 left = fromEnd; left > 0; left -= MiB)
+            file.write(left >= MiB ? chunk : filler(left));
+        file.close();
+        QCOMPARE(file.size(), fileSize);
+        QCOMPARE(isCodex ? Journal::codex(file.fileName()) : Journal::claude(file.fileName()), expected);
+    }
+
+    // A line whose end happens to be a valid record, cut by the 256 KiB tail right at that record:
+    // the cut piece is dropped, and the whole line is not JSON, so the older record counts.
+    void lineCutByTheTailIsNeverParsed()
+    {
+        const QByteArray cutRecord = tokens(7) + '\n';
+        const QByteArray content
+            = tokens(5) + '\n' + filler(100 * KiB) + "garbage before the cut " + cutRecord + filler(Journal::tailSizes[0] - cutRecord.size());
+        const QString path = write(content);
+        const std::optional<Journal::Tail> tail = Journal::tailLines(path, Journal::tailSizes[0]);
+        QVERIFY(tail && !tail->lines.isEmpty());
+        QVERIFY(!tail->lines.constFirst().contains("input_tokens"));
+        QCOMPARE(Journal::claude(path), reading(5, {}, u"claude-opus-4-7"_s, u"/w/app"_s));
+    }
+
+    void claudeWindow_data()
+    {
+        QTest::addColumn<OptionalText>("model");
+        QTest::addColumn<qint64>("window");
+        QTest::addRow("no model") << OptionalText() << qint64(1'000'000);
+        QTest::addRow("opus 4.7") << OptionalText(u"claude-opus-4-7"_s) << qint64(1'000'000);
+        QTest::addRow("opus 4.6 with a date") << OptionalText(u"claude-opus-4-6-20260101"_s) << qint64(1'000'000);
+        QTest::addRow("sonnet 4.6") << OptionalText(u"claude-sonnet-4-6"_s) << qint64(1'000'000);
+        QTest::addRow("opus 5") << OptionalText(u"claude-opus-5"_s) << qint64(1'000'000);
+        QTest::addRow("a 1M marker") << OptionalText(u"claude-sonnet-4-5[1m]"_s) << qint64(1'000'000);
+        QTest::addRow("fable") << OptionalText(u"claude-fable"_s) << qint64(1'000'000);
+        QTest::addRow("mythos") << OptionalText(u"mythos-preview"_s) << qint64(1'000'000);
+        QTest::addRow("sonnet 4.5") << OptionalText(u"claude-sonnet-4-5"_s) << qint64(200'000);
+        QTest::addRow("haiku 4.5") << OptionalText(u"claude-haiku-4-5"_s) << qint64(200'000);
+        QTest::addRow("matching is case-sensitive") << OptionalText(u"Claude-Opus-4-6"_s) << qint64(200'000);
+        QTest::addRow("an upper-case marker is not the 1M marker") << OptionalText(u"claude-sonnet-4-5[1M]"_s) << qint64(200'000);
+        QTest::addRow("empty name") << OptionalText(QString()) << qint64(200'000);
+    }
+    void claudeWindow()
+    {
+        QFETCH(OptionalText, model);
+        QFETCH(qint64, window);
+        QCOMPARE(Journal::claudeWindow(model), window);
+    }
+
+private:
+    QString write(const QByteArray &content)
+    {
+        QFile file(m_dir.filePath(u"log-%1.jsonl"_s.arg(++m_files)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write a test log");
+        return file.fileName();
+    }
+
+    QTemporaryDir m_dir;
+    int m_files = 0;
+};
+
+QTEST_GUILESS_MAIN(TestJournal)
+#include "tst_journal.moc"

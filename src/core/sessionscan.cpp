@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
 
@@ -37,7 +38,7 @@ bool hasExtensionJsonl(const fs::path &name)
 }
 
 struct Walk {
-    QDateTime cutoff;
+    fs::file_time_type cutoff;
     Provider provider;
     QList<SessionScan::Candidate> *found;
 
@@ -56,7 +57,7 @@ struct Walk {
                 break;
             entries.push_back(*it);
         }
-        std::sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) { return a.path().filename() < b.path().filename(); });
+        std::sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) { return a.path().native() < b.path().native(); });
         for (const fs::directory_entry &entry : entries) {
             const fs::path name = entry.path().filename();
             if (isHidden(name))
@@ -71,10 +72,10 @@ struct Walk {
             }
             if (!fs::is_regular_file(status) || !hasExtensionJsonl(name))
                 continue;
-            const QString path = toQString(entry.path());
-            const QDateTime modified = QFileInfo(path).lastModified();
-            if (modified.isValid() && modified > cutoff)
-                found->append({ path, provider });
+            // Compared in the file system's own time, so that an old log costs one stat and nothing more.
+            const fs::file_time_type modified = entry.last_write_time(error);
+            if (!error && modified > cutoff)
+                found->append({ toQString(entry.path()), provider });
         }
     }
 };
@@ -107,7 +108,8 @@ void SessionScan::sweep()
 {
     const QDateTime now = m_clock();
     m_lastSweep = now;
-    const QDateTime cutoff = now.addMSecs(-recencyMs);
+    const auto cutoffSys = std::chrono::sys_time<std::chrono::milliseconds>(std::chrono::milliseconds(now.addMSecs(-recencyMs).toMSecsSinceEpoch()));
+    const fs::file_time_type cutoff = std::chrono::file_clock::from_sys(cutoffSys);
     // The list read here is the one this sweep works on, whatever the gate publishes meanwhile.
     const FleetAccess::SnapshotList snapshots = m_snapshots();
     QList<Candidate> found;

@@ -1,5 +1,7 @@
 #include "theme.h"
 
+#include "fonts.h"
+
 #include <QQmlEngine>
 
 Theme *Theme::instance()
@@ -13,4 +15,34 @@ Theme *Theme::create(QQmlEngine *, QJSEngine *)
     // C++ keeps ownership: the same palette serves every engine for the life of the process.
     QQmlEngine::setObjectOwnership(instance(), QQmlEngine::CppOwnership);
     return instance();
+}
+
+QFont Theme::displayFace()
+{
+    return Fonts::font(Fonts::display(), 13);
+}
+
+QFont Theme::heavyFace()
+{
+    return Fonts::font(Fonts::heavy(), 13);
+}
+
+QFont Theme::bodyFace()
+{
+    return Fonts::font(Fonts::body(), 13);
+}
+
+QFont Theme::displayFont(qreal size)
+{
+    return Fonts::font(Fonts::display(), size);
+}
+
+QFont Theme::heavyFont(qreal size)
+{
+    return Fonts::font(Fonts::heavy(), size);
+}
+
+QFont Theme::bodyFont(qreal size)
+{
+    return Fonts::font(Fonts::body(), size);
 }

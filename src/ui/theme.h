@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QFont>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
@@ -29,6 +30,10 @@ class Theme : public QObject
     Q_PROPERTY(QColor hairline READ hairline CONSTANT)
     Q_PROPERTY(QColor nsSitePaper READ nsSitePaper CONSTANT)
     Q_PROPERTY(QColor nsMachine READ nsMachine CONSTANT)
+    // The three faces at a default 13 px; views take a sized one from displayFont(), heavyFont() or bodyFont().
+    Q_PROPERTY(QFont displayFace READ displayFace CONSTANT)
+    Q_PROPERTY(QFont heavyFace READ heavyFace CONSTANT)
+    Q_PROPERTY(QFont bodyFace READ bodyFace CONSTANT)
 
 public:
     static QColor partition() { return QColor(207, 214, 222); }
@@ -48,6 +53,15 @@ public:
     /// Window backgrounds of the settings and welcome windows.
     static QColor nsSitePaper() { return sitePaper(); }
     static QColor nsMachine() { return machine(); }
+
+    /// "DotGothic16-Regular", "RoundedMplus1c-ExtraBold" and "RoundedMplus1c-Medium" as Qt addresses them.
+    static QFont displayFace();
+    static QFont heavyFace();
+    static QFont bodyFace();
+    /// A face at a size in device-independent pixels, e.g. `font: Theme.displayFont(17)` in a view.
+    Q_INVOKABLE static QFont displayFont(qreal size);
+    Q_INVOKABLE static QFont heavyFont(qreal size);
+    Q_INVOKABLE static QFont bodyFont(qreal size);
 
     static Theme *instance();
     static Theme *create(QQmlEngine *, QJSEngine *);

@@ -1,0 +1,118 @@
+#include "sprites.h"
+
+#include <QColorSpace>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+int Sprites::widthFor(int pixelHeight)
+{
+    // std::lround rounds halves away from zero, as the panel does.
+    return static_cast<int>(std::lround(pixelHeight * 427.0 / 1151.0));
+}
+
+QImage Sprites::original(int tier, std::optional<Preferences::Outfit> outfit)
+{
+    return shared().original(tier, outfit);
+}
+
+QImage Sprites::image(int tier, int pixelHeight)
+{
+    return shared().image(tier, pixelHeight);
+}
+
+QIcon Sprites::menuBar()
+{
+    const QImage pixels = shared().menuBarImage();
+    if (pixels.isNull())
+        return {};
+    QPixmap pixmap = QPixmap::fromImage(pixels);
+    // The file is drawn at twice the icon's size, so it stays crisp on high-density screens.
+    pixmap.setDevicePixelRatio(pixels.width() / 18.0);
+    return QIcon(pixmap);
+}
+
+Sprites::Store &Sprites::shared()
+{
+    static Store store(
+        u":/"_s, [] { return Preferences::shared()->outfit(); }, [] { return QDate::currentDate(); });
+    return store;
+}
+
+Sprites::Store::Store(QString root, std::function<Preferences::Outfit()> outfit, std::function<QDate()> today)
+    : m_root(std::move(root))
+    , m_outfit(std::move(outfit))
+    , m_today(std::move(today))
+{
+    if (!m_root.endsWith(u'/'))
+        m_root += u'/';
+}
+
+QString Sprites::Store::folder(Preferences::Outfit resolved) const
+{
+    return u"Sprites/"_s + Preferences::rawValue(resolved);
+}
+
+QImage Sprites::Store::original(int tier, std::optional<Preferences::Outfit> outfit)
+{
+    const Preferences::Outfit resolved = Preferences::resolved(outfit.value_or(m_outfit()), m_today());
+    const QString file = u"/t"_s + QString::number(tier);
+    const QString key = folder(resolved) + file;
+    if (const auto hit = m_originals.constFind(key); hit != m_originals.cend())
+        return *hit;
+
+    QString path = m_root + key + u".webp"_s;
+    if (!QFileInfo::exists(path))
+        path = m_root + folder(Preferences::resolved(Preferences::Outfit::office, m_today())) + file + u".webp"_s;
+    QImage decoded(path);
+    if (decoded.isNull())
+        return {};
+    // Kept under the requested outfit's key, also when the office file stood in for it.
+    m_originals.insert(key, decoded);
+    return decoded;
+}
+
+QImage Sprites::Store::image(int tier, int pixelHeight)
+{
+    if (pixelHeight <= 0)
+        return {};
+    const Preferences::Outfit resolved = Preferences::resolved(m_outfit(), m_today());
+    const QString key = folder(resolved) + u'/' + QString::number(tier) + u'@' + QString::number(pixelHeight);
+    if (const auto hit = m_scaled.constFind(key); hit != m_scaled.cend())
+        return *hit;
+
+    const QImage full = original(tier);
+    if (full.isNull())
+        return {};
+    // Stretched to exactly this size (the ratio is already the sprite's, so no margins); Qt's smooth scaling
+    // averages whole areas when shrinking, which keeps one-pixel outlines from dropping out.
+    QImage bitmap
+        = full.convertToFormat(QImage::Format_ARGB32_Premultiplied).scaled(widthFor(pixelHeight), pixelHeight, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    if (bitmap.isNull())
+        return {};
+    bitmap.setColorSpace(QColorSpace::SRgb);
+    m_scaled.insert(key, bitmap);
+    return bitmap;
+}
+
+QImage Sprites::Store::menuBarImage() const
+{
+    return QImage(m_root + u"Sprites/menubar.png"_s);
+}
+
+QStringList Sprites::Store::originalKeys() const
+{
+    QStringList keys = m_originals.keys();
+    std::sort(keys.begin(), keys.end());
+    return keys;
+}
+
+QStringList Sprites::Store::scaledKeys() const
+{
+    QStringList keys = m_scaled.keys();
+    std::sort(keys.begin(), keys.end());
+    return keys;
+}

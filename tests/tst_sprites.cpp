@@ -1,0 +1,238 @@
+#include "sprites.h"
+
+#include <QColorSpace>
+#include <QDir>
+#include <QImageWriter>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using Outfit = Preferences::Outfit;
+
+namespace
+{
+// A sprite-sized image whose top-left pixel names where it came from, so a test can tell files apart.
+void writeSprite(const QString &path, QRgb marker)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QImage image(427, 1151, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    image.setPixel(0, 0, marker);
+    QImageWriter writer(path, "webp");
+    writer.setQuality(100);
+    QVERIFY2(writer.write(image), qPrintable(writer.errorString()));
+}
+
+QRgb marker(const QImage &image)
+{
+    return image.convertToFormat(QImage::Format_ARGB32).pixel(0, 0);
+}
+
+constexpr QRgb officeMark = 0xff'10'20'30;
+constexpr QRgb halloweenMark = 0xff'40'50'60;
+constexpr QRgb christmasMark = 0xff'70'80'90;
+} // namespace
+
+class TestSprites : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_root;
+    Outfit m_outfit = Outfit::office;
+    QDate m_today { 2025, 3, 14 };
+
+    Sprites::Store store()
+    {
+        return Sprites::Store(
+            m_root.path(), [this] { return m_outfit; }, [this] { return m_today; });
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_root.isValid());
+        for (int t = 0; t < 7; ++t)
+            writeSprite(m_root.filePath(u"Sprites/office/t%1.webp"_s.arg(t)), officeMark + t);
+        // Halloween lacks tier 4; Christmas has only tier 0.
+        for (int t : { 0, 1, 2, 3, 5, 6 })
+            writeSprite(m_root.filePath(u"Sprites/halloween/t%1.webp"_s.arg(t)), halloweenMark + t);
+        writeSprite(m_root.filePath(u"Sprites/christmas/t0.webp"_s), christmasMark);
+        QFile broken(m_root.filePath(u"Sprites/christmas/t1.webp"_s));
+        QVERIFY(broken.open(QIODevice::WriteOnly));
+        broken.write("RIFF not really a picture");
+    }
+
+    void seasonalResolvesByDate_data()
+    {
+        QTest::addColumn<QDate>("today");
+        QTest::addColumn<QRgb>("expected");
+        QTest::addColumn<QString>("originalKey");
+        QTest::addColumn<QString>("scaledKey");
+        QTest::addRow("October dresses her as a witch")
+            << QDate(2025, 10, 1) << QRgb(halloweenMark) << u"Sprites/halloween/t0"_s << u"Sprites/halloween/0@502"_s;
+        QTest::addRow("December is Christmas") << QDate(2025, 12, 31) << QRgb(christmasMark) << u"Sprites/christmas/t0"_s << u"Sprites/christmas/0@502"_s;
+        QTest::addRow("the last day of November is office") << QDate(2025, 11, 30) << QRgb(officeMark) << u"Sprites/office/t0"_s << u"Sprites/office/0@502"_s;
+        QTest::addRow("New Year's Day is office") << QDate(2026, 1, 1) << QRgb(officeMark) << u"Sprites/office/t0"_s << u"Sprites/office/0@502"_s;
+    }
+    void seasonalResolvesByDate()
+    {
+        QFETCH(QDate, today);
+        QFETCH(QRgb, expected);
+        QFETCH(QString, originalKey);
+        QFETCH(QString, scaledKey);
+        m_outfit = Outfit::seasonal;
+        m_today = today;
+        Sprites::Store sprites = store();
+        QCOMPARE(marker(sprites.original(0)), expected);
+        QCOMPARE(sprites.originalKeys(), QStringList { originalKey });
+        QVERIFY(!sprites.image(0, 502).isNull());
+        QCOMPARE(sprites.scaledKeys(), QStringList { scaledKey });
+    }
+
+    void missingTierFallsBackToOffice_data()
+    {
+        QTest::addColumn<int>("outfit");
+        QTest::addColumn<int>("tier");
+        QTest::addColumn<QRgb>("expected");
+        QTest::addColumn<QString>("key");
+        QTest::addRow("a folder without tier 4 lends the office tier 4") << int(Outfit::halloween) << 4 << QRgb(officeMark + 4) << u"Sprites/halloween/t4"_s;
+        QTest::addRow("a present tier is the outfit's own") << int(Outfit::halloween) << 5 << QRgb(halloweenMark + 5) << u"Sprites/halloween/t5"_s;
+        QTest::addRow("an outfit without a folder wears office") << int(Outfit::frieren) << 6 << QRgb(officeMark + 6) << u"Sprites/frieren/t6"_s;
+    }
+    void missingTierFallsBackToOffice()
+    {
+        QFETCH(int, outfit);
+        QFETCH(int, tier);
+        QFETCH(QRgb, expected);
+        QFETCH(QString, key);
+        Sprites::Store sprites = store();
+        QCOMPARE(marker(sprites.original(tier, Outfit(outfit))), expected);
+        QCOMPARE(sprites.originalKeys(), QStringList { key });
+    }
+
+    void scaledSize_data()
+    {
+        QTest::addColumn<int>("height");
+        QTest::addColumn<int>("width");
+        QTest::addRow("502 is 186.23 wide") << 502 << 186;
+        QTest::addRow("360 is 133.55 wide, rounded up") << 360 << 134;
+        QTest::addRow("680 is 252.27 wide") << 680 << 252;
+        QTest::addRow("one pixel high rounds to no width and yields nothing") << 1 << 0;
+    }
+    void scaledSize()
+    {
+        QFETCH(int, height);
+        QFETCH(int, width);
+        QCOMPARE(Sprites::widthFor(height), width);
+        QCOMPARE(spriteAspect, 0.37098175499565594);
+        m_outfit = Outfit::office;
+        Sprites::Store sprites = store();
+        const QImage image = sprites.image(2, height);
+        if (width == 0) {
+            QVERIFY(image.isNull());
+            return;
+        }
+        QCOMPARE(image.size(), QSize(width, height));
+        QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
+        QVERIFY(image.colorSpace().isValid());
+    }
+
+    void failuresAreNotCached_data()
+    {
+        QTest::addColumn<int>("tier");
+        QTest::addRow("an undecodable file") << 1;
+        QTest::addRow("a tier no folder has") << 9;
+    }
+    void failuresAreNotCached()
+    {
+        QFETCH(int, tier);
+        m_outfit = Outfit::christmas;
+        m_today = QDate(2025, 3, 14);
+        Sprites::Store sprites = store();
+        QVERIFY(sprites.original(tier).isNull());
+        QVERIFY(sprites.image(tier, 502).isNull());
+        QVERIFY(sprites.originalKeys().isEmpty());
+        QVERIFY(sprites.scaledKeys().isEmpty());
+    }
+
+    void repairedFileIsPickedUp()
+    {
+        // Nothing was remembered about the failure, so a file that appears later is read.
+        QTemporaryDir root;
+        Sprites::Store sprites(
+            root.path(), [] { return Outfit::office; }, [] { return QDate(2025, 3, 14); });
+        QVERIFY(sprites.original(3).isNull());
+        writeSprite(root.filePath(u"Sprites/office/t3.webp"_s), officeMark);
+        QCOMPARE(marker(sprites.original(3)), officeMark);
+    }
+
+    void cachesServeRepeatedCalls()
+    {
+        m_outfit = Outfit::office;
+        Sprites::Store sprites = store();
+        const QImage first = sprites.image(0, 360);
+        const QImage second = sprites.image(0, 360);
+        QCOMPARE(first.cacheKey(), second.cacheKey());
+        QVERIFY(sprites.image(0, 361).cacheKey() != first.cacheKey());
+        QCOMPARE(sprites.scaledKeys(), (QStringList { u"Sprites/office/0@360"_s, u"Sprites/office/0@361"_s }));
+        QCOMPARE(sprites.originalKeys(), QStringList { u"Sprites/office/t0"_s });
+    }
+
+    void menuBarIcon()
+    {
+        Sprites::Store none = store();
+        QVERIFY(none.menuBarImage().isNull());
+        QTemporaryDir root;
+        QDir().mkpath(root.filePath(u"Sprites"_s));
+        QImage icon(36, 36, QImage::Format_ARGB32);
+        icon.fill(Qt::red);
+        QVERIFY(icon.save(root.filePath(u"Sprites/menubar.png"_s)));
+        Sprites::Store some(
+            root.path(), [] { return Outfit::office; }, [] { return QDate(2025, 3, 14); });
+        QCOMPARE(some.menuBarImage().size(), QSize(36, 36));
+    }
+
+    // The shipped artwork, as compiled into the program.
+    void shippedSprites()
+    {
+        const QStringList outfits { u"office"_s, u"halloween"_s, u"christmas"_s, u"eva"_s, u"sailor"_s, u"demonslayer"_s, u"jujutsu"_s, u"naruto"_s,
+            u"onepiece"_s, u"spyfamily"_s, u"titan"_s, u"dragonball"_s, u"hero"_s, u"frieren"_s, u"seifuku"_s };
+        QSet<QByteArray> seen;
+        int count = 0;
+        for (const QString &outfit : outfits) {
+            for (int t = 0; t < 7; ++t) {
+                const QString path = u":/Sprites/%1/t%2.webp"_s.arg(outfit, QString::number(t));
+                QFile file(path);
+                if (!file.open(QIODevice::ReadOnly))
+                    continue;
+                ++count;
+                const QImage image = QImage::fromData(file.readAll()).convertToFormat(QImage::Format_ARGB32);
+                QVERIFY2(!image.isNull(), qPrintable(path));
+                QCOMPARE(image.size(), QSize(427, 1151));
+                QVERIFY(image.hasAlphaChannel());
+                bool feet = false;
+                for (int y = 0; y < image.height(); ++y) {
+                    const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+                    for (int x = 0; x < image.width(); ++x) {
+                        const int alpha = qAlpha(line[x]);
+                        if (alpha != 0 && alpha != 255)
+                            QFAIL(qPrintable(u"%1 has a soft pixel at %2,%3"_s.arg(path).arg(x).arg(y)));
+                        if (y == image.height() - 1 && alpha == 255)
+                            feet = true;
+                    }
+                }
+                QVERIFY2(feet, qPrintable(path + u" floats above the bottom row"_s));
+                const QByteArray pixels(reinterpret_cast<const char *>(image.constBits()), image.sizeInBytes());
+                QVERIFY2(!seen.contains(pixels), qPrintable(path + u" repeats another sprite"_s));
+                seen.insert(pixels);
+            }
+        }
+        QCOMPARE(count, 105);
+        QVERIFY(!Sprites::menuBar().isNull());
+    }
+};
+
+QTEST_MAIN(TestSprites)
+#include "tst_sprites.moc"

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <QColor>
+#include <QHash>
+#include <QImage>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <optional>
+
+/// Yuzuha's artwork as text: materials (a colour with its dark and light shades), named slots that point at
+/// materials, and layers of simple shapes (rects, ovals, polygons, lines, dots, pixel grids) that are drawn in a
+/// fixed slot order onto the 61 × 164 art grid. Each shape may be limited to some tiers (the day's wear), mirrored
+/// about the centre column, outlined in ink and shaded with light from the upper left.
+namespace Art
+{
+inline constexpr int gridWidth = 61;
+inline constexpr int gridHeight = 164;
+inline constexpr int scale = 7;
+inline constexpr int topPadding = 3;
+inline constexpr int spriteWidth = gridWidth * scale; // 427
+inline constexpr int spriteHeight = gridHeight * scale + topPadding; // 1151
+inline constexpr int tierCount = 7;
+
+/// Layers are drawn in this order; a file may add to any of them.
+const QStringList &slotOrder();
+
+struct Book;
+
+/// Reads every "*.art" file of `folder` (sorted) and the one of `outfit` from its "outfits" subfolder.
+/// On a syntax error, returns nothing and puts "file:line: reason" into `error`.
+std::optional<Book> load(const QString &folder, const QString &outfit, QString *error);
+
+/// The art grid of one tier, unscaled (61 × 164, ARGB32, every pixel opaque or clear); null when a shape
+/// names a colour the book does not define, with the reason in `error`.
+QImage render(const Book &book, int tier, QString *error = nullptr);
+/// The sprite: the art grid scaled ×7 without smoothing under three clear rows (427 × 1151).
+QImage sprite(const QImage &grid);
+
+struct Shape;
+struct Layer {
+    QString slot;
+    bool head = false;
+    quint32 tiers = 0x7f;
+    QList<Shape> shapes;
+};
+
+struct Book {
+    QHash<QString, std::array<QColor, 3>> materials; // base, dark, light
+    /// Slot → (tiers, material); an alias limited to some tiers beats one for all tiers, later beats earlier.
+    QHash<QString, QList<QPair<quint32, QString>>> aliases;
+    QList<Layer> layers;
+    std::array<QPoint, tierCount> headShift {};
+};
+
+struct Primitive {
+    enum Kind { Rect, Oval, Poly, Line, Dots, Grid } kind = Rect;
+    QList<double> numbers;
+    QStringList rows; // grid rows, one character per pixel
+    int x = 0, y = 0;
+};
+
+struct Shape {
+    QString colour; // material, material.d / .l, #rrggbb, "_" for clear
+    QList<Primitive> parts;
+    quint32 tiers = 0x7f;
+    bool mirror = false;
+    bool outline = false;
+    QString outlineColour;
+    int shade = 0; // 0 none, 1 dark edge, 2 dark and light edges
+    QPoint offset;
+    QHash<QChar, QString> key; // grid characters
+};
+} // namespace Art

@@ -1,0 +1,195 @@
+#include "generate.h"
+
+#include "artbook.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRadialGradient>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace SpriteGen
+{
+namespace
+{
+const QList<int> iconSizes { 16, 32, 48, 64, 128, 256 };
+
+// Her head in the art grid of the office outfit at tier 0, the picture the icons are cut from.
+const QRect headCrop(17, 12, 27, 27);
+
+bool save(const QImage &image, const QString &path, const QByteArray &format, QString *error)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QImageWriter writer(path, format);
+    // Quality 100 makes Qt's WebP writer lossless, so the pixel art keeps every exact colour.
+    writer.setQuality(100);
+    if (!writer.write(image)) {
+        *error = path + u": "_s + writer.errorString();
+        return false;
+    }
+    return true;
+}
+
+std::optional<QImage> grid(const QString &artDir, const QString &outfit, int tier, QString *error)
+{
+    const auto book = Art::load(artDir, outfit, error);
+    if (!book)
+        return std::nullopt;
+    QImage image = Art::render(*book, tier, error);
+    if (image.isNull())
+        return std::nullopt;
+    return image;
+}
+
+// The tray icon: her head at 36 × 36, each art pixel drawn 4 × 4 over a 9-pixel-wide crop of the face would
+// lose the hair, so the 27-pixel crop is scaled by 4/3 with area averaging and then snapped back to opaque.
+QImage crisp(const QImage &art, int size)
+{
+    QImage scaled = art.scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < scaled.height(); ++y) {
+        auto *line = reinterpret_cast<QRgb *>(scaled.scanLine(y));
+        for (int x = 0; x < scaled.width(); ++x) {
+            const QRgb p = line[x];
+            line[x] = qAlpha(p) >= 128 ? qRgba(qRed(p), qGreen(p), qBlue(p), 255) : qRgba(0, 0, 0, 0);
+        }
+    }
+    return scaled;
+}
+
+QImage appIcon(const QImage &head)
+{
+    // A sticky-note disc behind her head, ink-ringed, so she reads on light and dark panels alike.
+    QImage icon(256, 256, QImage::Format_ARGB32);
+    icon.fill(Qt::transparent);
+    QPainter p(&icon);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(QColor(52, 52, 74), 10));
+    p.setBrush(QColor(247, 227, 154));
+    p.drawEllipse(QRectF(8, 8, 240, 240));
+    p.setClipPath([] {
+        QPainterPath path;
+        path.addEllipse(QRectF(13, 13, 230, 230));
+        return path;
+    }());
+    p.setRenderHint(QPainter::Antialiasing, false);
+    const QImage big = head.scaled(head.width() * 8, head.height() * 8, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    p.drawImage(QPoint((256 - big.width()) / 2, 256 - big.height() + 8), big);
+    return icon;
+}
+} // namespace
+
+const QStringList &outfits()
+{
+    static const QStringList names {
+        u"office"_s,
+        u"halloween"_s,
+        u"christmas"_s,
+        u"eva"_s,
+        u"sailor"_s,
+        u"demonslayer"_s,
+        u"jujutsu"_s,
+        u"naruto"_s,
+        u"onepiece"_s,
+        u"spyfamily"_s,
+        u"titan"_s,
+        u"dragonball"_s,
+        u"hero"_s,
+        u"frieren"_s,
+        u"seifuku"_s,
+    };
+    return names;
+}
+
+QStringList outputFiles()
+{
+    QStringList files;
+    for (const QString &outfit : outfits())
+        for (int t = 0; t < Art::tierCount; ++t)
+            files.append(u"Sprites/%1/t%2.webp"_s.arg(outfit).arg(t));
+    files.append(u"Sprites/menubar.png"_s);
+    files.append(u"icons/yuzuha.png"_s);
+    for (int size : iconSizes)
+        files.append(u"icons/hicolor/%1x%1/apps/yuzuha.png"_s.arg(size));
+    return files;
+}
+
+bool writeAll(const QString &artDir, const QString &outDir, QString *error)
+{
+    const QDir out(outDir);
+    for (const QString &outfit : outfits()) {
+        // An outfit not drawn yet has no folder; the program then dresses her in the office outfit.
+        if (!QFileInfo::exists(artDir + u"/outfits/"_s + outfit + u".art"_s))
+            continue;
+        const auto book = Art::load(artDir, outfit, error);
+        if (!book)
+            return false;
+        for (int t = 0; t < Art::tierCount; ++t) {
+            const QImage art = Art::render(*book, t, error);
+            if (art.isNull() || !save(Art::sprite(art), out.filePath(u"Sprites/%1/t%2.webp"_s.arg(outfit).arg(t)), "webp", error))
+                return false;
+        }
+    }
+    const auto office = grid(artDir, u"office"_s, 0, error);
+    if (!office)
+        return false;
+    const QImage head = office->copy(headCrop);
+    if (!save(crisp(head, 36), out.filePath(u"Sprites/menubar.png"_s), "png", error))
+        return false;
+    const QImage icon = appIcon(head);
+    if (!save(icon, out.filePath(u"icons/yuzuha.png"_s), "png", error))
+        return false;
+    for (int size : iconSizes) {
+        const QImage scaled = size == 256 ? icon : icon.scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        if (!save(scaled, out.filePath(u"icons/hicolor/%1x%1/apps/yuzuha.png"_s.arg(size)), "png", error))
+            return false;
+    }
+    return true;
+}
+
+QImage contactSheet(const QString &artDir, QString *error)
+{
+    constexpr int height = 250;
+    const int width = int(std::lround(height * 427.0 / 1151.0));
+    constexpr int gap = 14, label = 110, top = 30;
+    const int columns = Art::tierCount;
+    const int rows = int(outfits().size());
+    QImage sheet(label + columns * (width + gap) + gap, top + rows * (height + gap) + gap, QImage::Format_ARGB32_Premultiplied);
+    QPainter p(&sheet);
+    // The desk: partition to site paper along the diagonal (paper from 78 % on), with a white light at the top right.
+    QLinearGradient wash(0, 0, sheet.width(), sheet.height());
+    wash.setColorAt(0.0, QColor(207, 214, 222));
+    wash.setColorAt(0.78, QColor(250, 251, 252));
+    wash.setColorAt(1.0, QColor(250, 251, 252));
+    p.fillRect(sheet.rect(), wash);
+    const QPointF centre(sheet.width() * 0.78, sheet.height() * 0.22);
+    QRadialGradient light(centre, 320);
+    light.setColorAt(0.0, QColor(255, 255, 255, 178));
+    light.setColorAt(1.0, QColor(255, 255, 255, 0));
+    p.fillRect(sheet.rect(), light);
+    p.setPen(QColor(52, 52, 74));
+    for (int t = 0; t < columns; ++t)
+        p.drawText(QRect(label + gap + t * (width + gap), 4, width, top - 4), Qt::AlignCenter, u"t%1"_s.arg(t));
+    for (int r = 0; r < rows; ++r) {
+        const QString outfit = QFileInfo::exists(artDir + u"/outfits/"_s + outfits()[r] + u".art"_s) ? outfits()[r] : u"office"_s;
+        const auto book = Art::load(artDir, outfit, error);
+        if (!book)
+            return {};
+        const int y = top + gap + r * (height + gap);
+        p.drawText(QRect(4, y, label - 8, height), Qt::AlignVCenter | Qt::AlignLeft, outfits()[r]);
+        for (int t = 0; t < columns; ++t) {
+            const QImage art = Art::render(*book, t, error);
+            if (art.isNull())
+                return {};
+            const QImage full = Art::sprite(art).convertToFormat(QImage::Format_ARGB32_Premultiplied);
+            p.drawImage(label + gap + t * (width + gap), y, full.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        }
+    }
+    return sheet;
+}
+} // namespace SpriteGen

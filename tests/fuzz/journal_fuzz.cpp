@@ -1,0 +1,75 @@
+// Feeds arbitrary bytes to the log readers as a log file and checks what they promise: they
+// never crash, the Claude reader never states a window, the Codex reader never names a model,
+// and the tail reader hands out non-empty lines without newlines that lie inside its buffer.
+#include "journal.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+void require(bool condition, const char *what)
+{
+    if (!condition) {
+        std::fprintf(stderr, "journal_fuzz: broken promise: %s\n", what);
+        std::abort();
+    }
+}
+
+void checkTail(const QString &path, qint64 fileSize, qint64 byteCount)
+{
+    const std::optional<Journal::Tail> tail = Journal::tailLines(path, byteCount);
+    require(tail.has_value(), "a readable file gives a tail");
+    require(tail->complete == (fileSize <= byteCount), "complete exactly when the whole file is in view");
+    require(tail->bytes.size() == std::min(fileSize, byteCount), "the tail holds the last byteCount bytes");
+    const char *const begin = tail->bytes.constData();
+    const char *const end = begin + tail->bytes.size();
+    const char *previousEnd = begin;
+    for (const QByteArrayView line : tail->lines) {
+        require(!line.isEmpty(), "no empty lines");
+        require(!line.contains('\n'), "no newline inside a line");
+        require(line.data() >= previousEnd && line.data() + line.size() <= end, "lines lie in the buffer, oldest first");
+        previousEnd = line.data() + line.size();
+    }
+    if (!tail->complete && !tail->lines.isEmpty())
+        require(tail->lines.constFirst().data() > begin, "a partial tail never starts with its first byte");
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static QTemporaryDir dir;
+    static const QString path = dir.filePath(u"fuzz.jsonl"_s);
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            return 0;
+        file.write(reinterpret_cast<const char *>(data), static_cast<qint64>(size));
+    }
+    const auto fileSize = static_cast<qint64>(size);
+
+    for (const qint64 byteCount : { qint64(0), qint64(1), qint64(7), qint64(64), qint64(4096) })
+        checkTail(path, fileSize, byteCount);
+    for (const qint64 byteCount : Journal::tailSizes)
+        checkTail(path, fileSize, byteCount);
+
+    const Journal::Reading claude = Journal::claude(path);
+    require(!claude.window, "a Claude reading has no window");
+    require(!claude.tokens || *claude.tokens != 0, "a zero sum never decides");
+    require(!claude.model || *claude.model != u"<synthetic>"_s, "synthetic replies are skipped");
+    require(claude.tokens || !claude.model, "a model comes only with tokens");
+
+    const std::optional<QString> cwd = Journal::headCwd(path);
+    require(!cwd || !cwd->contains(u'"'), "a head cwd stops at the first quote");
+    const Journal::Reading codex = Journal::codex(path);
+    require(!codex.model, "a Codex reading has no model");
+    require(codex.cwd == cwd, "the Codex cwd is the head's");
+    require(codex.tokens || !codex.window, "a window comes only with tokens");
+    return 0;
+}

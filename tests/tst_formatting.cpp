@@ -25,7 +25,6 @@ private Q_SLOTS:
         QTest::addRow("a real count") << qint64(46'203) << u"46K"_s;
         QTest::addRow("just below a million stays in K") << qint64(999'999) << u"1000K"_s;
         QTest::addRow("whole millions have no decimal") << qint64(1'000'000) << u"1M"_s;
-        QTest::addRow("two million") << qint64(2'000'000) << u"2M"_s;
         QTest::addRow("one decimal") << qint64(1'100'000) << u"1.1M"_s;
         QTest::addRow("decimal rounds up") << qint64(1'260'000) << u"1.3M"_s;
         QTest::addRow("an exact tie rounds to even as printf does") << qint64(1'250'000) << u"1.2M"_s;
@@ -58,7 +57,6 @@ private Q_SLOTS:
         QTest::addRow("yesterday shows the weekday") << QDateTime(tuesday, QTime(8, 7)) << QDateTime(tuesday.addDays(1), QTime(8, 7)) << u"Tue 08:07"_s;
         QTest::addRow("a minute before midnight is another day")
             << QDateTime(tuesday, QTime(23, 59)) << QDateTime(tuesday.addDays(1), QTime(0, 0, 30)) << u"Tue 23:59"_s;
-        QTest::addRow("24-hour clock") << QDateTime(tuesday, QTime(21, 5)) << QDateTime(tuesday, QTime(22, 0)) << u"21:05"_s;
         QTest::addRow("a time given in UTC is shown in local time")
             << QDateTime(tuesday, QTime(8, 7)).toUTC() << QDateTime(tuesday, QTime(12, 0)) << u"08:07"_s;
     }
@@ -81,7 +79,6 @@ private Q_SLOTS:
         QTest::addRow("61 minutes truncate to an hour") << qint64(61 * 60'000) << u"1h ago"_s;
         QTest::addRow("no day unit") << qint64(86'399'000) << u"23h ago"_s;
         QTest::addRow("the future reads as now") << qint64(-10'000) << u"now"_s;
-        QTest::addRow("far future reads as now") << qint64(-7'200'000) << u"now"_s;
     }
     void ago()
     {

@@ -206,13 +206,9 @@ private Q_SLOTS:
         QTest::addColumn<Reading>("expected");
         const QString cwd = u"/w/codex"_s;
         QTest::addRow("tokens and the stated window") << QByteArrayList { codexMeta, codexTokens(12'000) } << reading(12'000, 258'400, {}, cwd);
-        QTest::addRow("the newest event wins") << QByteArrayList { codexMeta, codexTokens(1), codexTokens(2) } << reading(2, 258'400, {}, cwd);
         QTest::addRow("an event with null info gives way to an older one")
             << QByteArrayList { codexMeta, codexTokens(12'000), tokenCount("null") } << reading(12'000, 258'400, {}, cwd);
         QTest::addRow("an empty info is passed over") << QByteArrayList { codexMeta, codexTokens(12'000), tokenCount("{}") }
-                                                      << reading(12'000, 258'400, {}, cwd);
-        QTest::addRow("last usage must be an object") << QByteArrayList { codexMeta, codexTokens(12'000),
-            tokenCount(R"({"last_token_usage":7,"model_context_window":1})") }
                                                       << reading(12'000, 258'400, {}, cwd);
         QTest::addRow("missing input count is zero, not absent")
             << QByteArrayList { codexMeta, tokenCount(R"({"last_token_usage":{"output_tokens":5},"model_context_window":258400})") }
@@ -224,8 +220,6 @@ private Q_SLOTS:
             << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":2.584e5})") } << reading(5, 258'400);
         QTest::addRow("a window past the int64 range is no window")
             << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":1e300})") } << reading(5);
-        QTest::addRow("a window of the wrong type is no window")
-            << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":5},"model_context_window":"258400"})") } << reading(5);
         QTest::addRow("a fractional input count truncates")
             << QByteArrayList { tokenCount(R"({"last_token_usage":{"input_tokens":12000.9}})") } << reading(12'000);
         QTest::addRow("a compaction newer than any event empties the count, cwd stays")
@@ -335,17 +329,12 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("window");
         QTest::addRow("no model") << OptionalText() << qint64(1'000'000);
         QTest::addRow("opus 4.7") << OptionalText(u"claude-opus-4-7"_s) << qint64(1'000'000);
-        QTest::addRow("opus 4.6 with a date") << OptionalText(u"claude-opus-4-6-20260101"_s) << qint64(1'000'000);
         QTest::addRow("sonnet 4.6") << OptionalText(u"claude-sonnet-4-6"_s) << qint64(1'000'000);
-        QTest::addRow("opus 5") << OptionalText(u"claude-opus-5"_s) << qint64(1'000'000);
         QTest::addRow("a 1M marker") << OptionalText(u"claude-sonnet-4-5[1m]"_s) << qint64(1'000'000);
-        QTest::addRow("fable") << OptionalText(u"claude-fable"_s) << qint64(1'000'000);
-        QTest::addRow("mythos") << OptionalText(u"mythos-preview"_s) << qint64(1'000'000);
         QTest::addRow("sonnet 4.5") << OptionalText(u"claude-sonnet-4-5"_s) << qint64(200'000);
         QTest::addRow("haiku 4.5") << OptionalText(u"claude-haiku-4-5"_s) << qint64(200'000);
         QTest::addRow("matching is case-sensitive") << OptionalText(u"Claude-Opus-4-6"_s) << qint64(200'000);
         QTest::addRow("an upper-case marker is not the 1M marker") << OptionalText(u"claude-sonnet-4-5[1M]"_s) << qint64(200'000);
-        QTest::addRow("empty name") << OptionalText(QString()) << qint64(200'000);
     }
     void claudeWindow()
     {

@@ -29,17 +29,14 @@ private Q_SLOTS:
         QTest::addRow("negative tokens read as empty") << OptionalCount(-50'000) << qint64(200'000) << 0 << 0;
         QTest::addRow("14.9995 percent truncates to 14") << OptionalCount(29'999) << qint64(200'000) << 14 << 0;
         QTest::addRow("15 percent is tier 1") << OptionalCount(30'000) << qint64(200'000) << 15 << 1;
-        QTest::addRow("29 percent is tier 1") << OptionalCount(59'999) << qint64(200'000) << 29 << 1;
         QTest::addRow("30 percent is tier 2") << OptionalCount(60'000) << qint64(200'000) << 30 << 2;
         QTest::addRow("45 percent is tier 3") << OptionalCount(90'000) << qint64(200'000) << 45 << 3;
-        QTest::addRow("59 percent is tier 3") << OptionalCount(119'999) << qint64(200'000) << 59 << 3;
         QTest::addRow("60 percent is tier 4") << OptionalCount(120'000) << qint64(200'000) << 60 << 4;
         QTest::addRow("80 percent is tier 5") << OptionalCount(160'000) << qint64(200'000) << 80 << 5;
         QTest::addRow("94 percent is still tier 5") << OptionalCount(189'999) << qint64(200'000) << 94 << 5;
         QTest::addRow("95 percent is bedtime") << OptionalCount(190'000) << qint64(200'000) << 95 << 6;
         QTest::addRow("a bedtime window measures the same count") << OptionalCount(190'000) << qint64(1'000'000) << 19 << 1;
         QTest::addRow("over the window caps at 100") << OptionalCount(250'000) << qint64(200'000) << 100 << 6;
-        QTest::addRow("window of one token") << OptionalCount(1) << qint64(1) << 100 << 6;
         QTest::addRow("huge count whose ×100 overflows") << OptionalCount(max / 10) << qint64(200'000) << 100 << 6;
         QTest::addRow("largest count") << OptionalCount(max) << qint64(1) << 100 << 6;
         QTest::addRow("largest count in the largest window") << OptionalCount(max) << max << 100 << 6;
@@ -58,20 +55,6 @@ private Q_SLOTS:
         QCOMPARE(session.tier(), tier);
     }
 
-    void tierTableRises()
-    {
-        QCOMPARE(Tiers::all.size(), 7u);
-        QCOMPARE(Tiers::all[0].minPercent, 0);
-        for (size_t t = 1; t < Tiers::all.size(); ++t)
-            QVERIFY2(Tiers::all[t].minPercent > Tiers::all[t - 1].minPercent, qPrintable(QString::number(t)));
-        // Every band starts where the table says it does.
-        for (size_t t = 1; t < 6; ++t) {
-            const qint64 at = Tiers::all[t].minPercent;
-            QCOMPARE(Tiers::tier(at, 100), int(t));
-            QCOMPARE(Tiers::tier(at - 1, 100), int(t) - 1);
-        }
-    }
-
     void providerRawValues_data()
     {
         QTest::addColumn<QString>("raw");
@@ -79,7 +62,6 @@ private Q_SLOTS:
         QTest::addRow("CLAUDE") << u"CLAUDE"_s << int(Provider::claude);
         QTest::addRow("CODEX") << u"CODEX"_s << int(Provider::codex);
         QTest::addRow("lower case is no provider") << u"claude"_s << -1;
-        QTest::addRow("mixed case is no provider") << u"Codex"_s << -1;
         QTest::addRow("padded is no provider") << u"CODEX "_s << -1;
         QTest::addRow("empty is no provider") << QString() << -1;
     }
@@ -99,26 +81,11 @@ private Q_SLOTS:
         const Session base = baseSession();
         QTest::addRow("identical") << base;
         Session s = base;
-        s.id = u"/other.jsonl"_s;
-        QTest::addRow("id") << s;
-        s = base;
-        s.provider = Provider::codex;
-        QTest::addRow("provider") << s;
-        s = base;
-        s.project = u"other"_s;
-        QTest::addRow("project") << s;
-        s = base;
         s.tokens.reset();
         QTest::addRow("tokens absent") << s;
         s = base;
         s.tokens = 0;
         QTest::addRow("tokens zero") << s;
-        s = base;
-        s.window = 1'000'000;
-        QTest::addRow("window") << s;
-        s = base;
-        s.started = s.started.addSecs(1);
-        QTest::addRow("started") << s;
         s = base;
         s.lastActivity = s.lastActivity.addMSecs(1);
         QTest::addRow("lastActivity only") << s;

@@ -165,6 +165,9 @@ struct Parser {
             Shape scratch;
             if (!flags(tokens, 1, scratch, p.numbers) || !checkCount(p.kind, p.numbers.size()))
                 return false;
+            if (scratch.outline || scratch.shade || scratch.tiers != 0x7f)
+                return fail(u"inside { } a shape takes only m"_s);
+            p.mirror = scratch.mirror;
             group->parts.append(p);
             return true;
         }
@@ -305,10 +308,10 @@ struct Parser {
     bool read(const QString &path)
     {
         QFile f(path);
-        if (!f.open(QIODevice::ReadOnly | QIODevice::Text))
-            return fail(u"cannot open"_s);
         file = QFileInfo(path).fileName();
         lineNumber = 0;
+        if (!f.open(QIODevice::ReadOnly | QIODevice::Text))
+            return fail(u"cannot open"_s);
         layer = nullptr;
         group = nullptr;
         key.clear();
@@ -521,7 +524,7 @@ struct Painter {
         Mask mask(size_t(gridWidth * gridHeight), 0);
         for (const Primitive &p : shape.parts) {
             rasterise(p, false, at, mask);
-            if (shape.mirror)
+            if (shape.mirror || p.mirror)
                 rasterise(p, true, at, mask);
         }
         const int e = shape.outline ? 1 : 0;

@@ -60,6 +60,7 @@ struct Primitive {
     QList<double> numbers;
     QStringList rows; // grid rows, one character per pixel
     int x = 0, y = 0;
+    bool mirror = false; // "m" on a line inside { }: this part only is mirrored
 };
 
 struct Shape {

@@ -1,0 +1,52 @@
+#pragma once
+
+// Helpers for tests that drive the QML views the way a person does: find a control by its
+// objectName, scroll it into view and click it through the window.
+
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+
+namespace QuickDriver
+{
+// Every item below `root` in the visual tree, which also holds what Repeaters and Loaders create.
+inline void collect(QQuickItem *root, const QString &name, QList<QQuickItem *> *found)
+{
+    for (QQuickItem *child : root->childItems()) {
+        if (!child->isVisible())
+            continue;
+        if (child->objectName() == name)
+            found->append(child);
+        collect(child, name, found);
+    }
+}
+
+/// The one visible item called `name` below `root`, or null when there is none or more than one.
+inline QQuickItem *find(QQuickItem *root, const QString &name)
+{
+    QList<QQuickItem *> found;
+    collect(root, name, &found);
+    return found.size() == 1 ? found.first() : nullptr;
+}
+
+/// Scrolls every Flickable around `item` so that its centre is inside the window.
+inline void reveal(QQuickItem *item)
+{
+    for (QQuickItem *up = item->parentItem(); up; up = up->parentItem()) {
+        if (!up->inherits("QQuickFlickable"))
+            continue;
+        QQuickItem *content = up->property("contentItem").value<QQuickItem *>();
+        const qreal y = item->mapToItem(content, QPointF(0, item->height() / 2)).y();
+        const qreal most = qMax<qreal>(0, up->property("contentHeight").toReal() - up->height());
+        up->setProperty("contentY", qBound<qreal>(0, y - up->height() / 2, most));
+    }
+}
+
+/// Clicks the centre of `item` with the left button, after scrolling it into view.
+inline void click(QQuickItem *item)
+{
+    reveal(item);
+    const QPoint centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centre);
+}
+} // namespace QuickDriver

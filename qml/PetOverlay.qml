@@ -1,0 +1,57 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import Yuzuha
+
+// Drawn over her: the speech bubble in the top band while she announces or the pointer is on her,
+// and the percent tag in the bottom band. It only reads state and never takes the pointer.
+Item {
+    id: overlay
+
+    required property PetModel model
+    property bool percentTag: true
+
+    readonly property real bubbleBand: 92
+    readonly property real tagBand: 30
+    readonly property bool bubbleUp: overlay.model.announcing || overlay.model.hovering
+
+    Item {
+        id: bubbleZone
+
+        width: overlay.width
+        height: overlay.bubbleBand
+
+        SpeechBubble {
+            id: bubble
+
+            model: overlay.model
+            maxWidth: overlay.width - 12
+            anchors.horizontalCenter: parent.horizontalCenter
+            // Sits on her head, tail down; a bubble taller than the band is centred on it instead.
+            y: height + 4 <= bubbleZone.height ? bubbleZone.height - 4 - height : (bubbleZone.height - height - 4) / 2
+            transformOrigin: Item.Bottom
+            opacity: overlay.bubbleUp ? 1 : 0
+            scale: overlay.bubbleUp ? 1 : 0.92
+            visible: opacity > 0
+
+            Behavior on opacity {
+                NumberAnimation {
+                    duration: 180
+                    easing.type: Easing.OutCubic
+                }
+            }
+            Behavior on scale {
+                NumberAnimation {
+                    duration: 180
+                    easing.type: Easing.OutCubic
+                }
+            }
+        }
+    }
+
+    TierTag {
+        model: overlay.model
+        visible: overlay.percentTag
+        anchors.horizontalCenter: parent.horizontalCenter
+        y: overlay.height - overlay.tagBand + (overlay.tagBand - height) / 2
+    }
+}

@@ -1,0 +1,462 @@
+#include "petcontroller.h"
+
+#include "fleetaccess.h"
+#include "petmodel.h"
+#include "petpanel.h"
+#include "petstageview.h"
+#include "reducemotion.h"
+#include "sessionspopover.h"
+#include "sessionwatcher.h"
+#include "statusitemcontroller.h"
+
+#include <QActionGroup>
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QSettings>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+int primaryBottom()
+{
+    const QScreen *primary = QGuiApplication::primaryScreen();
+    return primary ? primary->geometry().y() + primary->geometry().height() : 0;
+}
+
+QScreen *mainScreen()
+{
+    if (QScreen *primary = QGuiApplication::primaryScreen())
+        return primary;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    return screens.isEmpty() ? nullptr : screens.first();
+}
+} // namespace
+
+qreal PetController::spriteHeight(Preferences::Size size)
+{
+    switch (size) {
+    case Preferences::Size::small:
+        return 180;
+    case Preferences::Size::large:
+        return 340;
+    case Preferences::Size::medium:
+        break;
+    }
+    return 250;
+}
+
+PetController::Geometry PetController::geometry(Preferences::Size size)
+{
+    const qreal height = spriteHeight(size);
+    // round(height × 427 / 1151), halves away from zero, as the sprites are scaled.
+    const qreal width = std::round(height * 427.0 / 1151.0);
+    return { QSizeF(width, height), QSizeF(std::max(width + 40, minimumPanelWidth), height + bubbleBand + tagBand) };
+}
+
+QString PetController::formatOrigin(const QRect &frame, int primaryBottom)
+{
+    const int x = frame.x();
+    const int y = primaryBottom - (frame.y() + frame.height());
+    return u"{%1, %2}"_s.arg(x).arg(y);
+}
+
+QPoint PetController::parseOrigin(const QString &text, int height, int primaryBottom)
+{
+    static const QRegularExpression point(uR"(^\s*\{\s*([-+]?\d+(?:\.\d*)?)\s*,\s*([-+]?\d+(?:\.\d*)?)\s*\}\s*$)"_s);
+    const QRegularExpressionMatch match = point.match(text);
+    double x = 0;
+    double y = 0;
+    if (match.hasMatch()) {
+        x = match.captured(1).toDouble();
+        y = match.captured(2).toDouble();
+    }
+    // Clamp wild values so a hand-edited text cannot overflow a window position; keepOnScreen corrects the rest.
+    x = std::clamp(x, -1e6, 1e6);
+    y = std::clamp(y, -1e6, 1e6);
+    return QPoint(int(std::lround(x)), primaryBottom - int(std::lround(y)) - height);
+}
+
+bool PetController::visibleEnough(const QRect &frame, const QList<QRect> &available)
+{
+    const QRectF f(frame);
+    const QRectF centre = f.adjusted(f.width() * 0.3, f.height() * 0.3, -f.width() * 0.3, -f.height() * 0.3);
+    for (const QRect &area : available) {
+        if (centre.intersects(QRectF(area)))
+            return true;
+    }
+    return false;
+}
+
+QPoint PetController::defaultCorner(const QRect &available, QSize panel)
+{
+    return QPoint(
+        available.x() + available.width() - panel.width() - int(cornerRight), available.y() + available.height() - int(cornerBottom) - panel.height());
+}
+
+PetController *PetController::shared()
+{
+    static PetController *controller = [] {
+        SessionWatcher *watcher = SessionWatcher::shared();
+        FleetAccess *access = FleetAccess::shared();
+        Inputs inputs;
+        inputs.preferences = Preferences::shared();
+        inputs.focused = [watcher] { return watcher->focused(); };
+        inputs.anyGranted = [access] { return !access->grantedIds().isEmpty(); };
+        inputs.reduceMotion = ReduceMotion::isOn();
+        auto *created = new PetController(std::move(inputs));
+        // The latest of the watcher's list, its pin and the grants, coalesced on the main thread.
+        connect(watcher, &SessionWatcher::sessionsChanged, created, &PetController::scheduleUpdate);
+        connect(watcher, &SessionWatcher::pinnedIDChanged, created, &PetController::scheduleUpdate);
+        connect(access, &FleetAccess::grantedIdsChanged, created, &PetController::scheduleUpdate);
+        return created;
+    }();
+    return controller;
+}
+
+PetController::PetController(Inputs inputs, QObject *parent)
+    : QObject(parent)
+    , m_inputs(std::move(inputs))
+    , m_model(new PetModel(this))
+    , m_panel(std::make_unique<PetPanel>())
+    , m_engine(std::make_unique<QQmlEngine>())
+{
+    Preferences *prefs = m_inputs.preferences;
+    Q_ASSERT(prefs);
+    PetStageView *stage = m_panel->stage();
+    stage->setReduceMotion(m_inputs.reduceMotion);
+
+    QQmlComponent component(m_engine.get(), QUrl(u"qrc:/qt/qml/Yuzuha/PetOverlay.qml"_s));
+    QObject *root = component.createWithInitialProperties({ { u"model"_s, QVariant::fromValue(m_model) }, { u"percentTag"_s, prefs->percentTag() } });
+    if (auto *overlay = qobject_cast<QQuickItem *>(root))
+        m_panel->setOverlay(overlay);
+    else
+        qWarning("Yuzuha: the pet overlay could not be built: %s", qPrintable(component.errorString()));
+
+    connect(stage, &PetStageView::clicked, this, &PetController::clicked);
+    connect(stage, &PetStageView::moved, this, &PetController::moved);
+    connect(stage, &PetStageView::contextMenuRequested, this, [this](QPoint at) {
+        QMenu *menu = contextMenu();
+        menu->setAttribute(Qt::WA_DeleteOnClose);
+        menu->popup(at);
+    });
+    connect(stage, &PetStageView::pointerMoved, this, &PetController::pointerMoved);
+    connect(stage, &PetStageView::pointerLeft, this, &PetController::pointerLeft);
+    connect(stage, &PetStageView::contentsChanged, this, &PetController::updateInputRegion);
+    connect(m_model, &PetModel::announcingChanged, this, &PetController::updateInputRegion);
+    connect(m_model, &PetModel::hoveringChanged, this, &PetController::updateInputRegion);
+
+    m_announceTimer.setSingleShot(true);
+    connect(&m_announceTimer, &QTimer::timeout, this, [this] { m_model->setAnnouncing(false); });
+
+    // Size and outfit changes are handled on the next turn of the event loop, after the setter has returned.
+    connect(prefs, &Preferences::sizeChanged, this, [this] { QTimer::singleShot(0, this, [this] { layout(true); }); });
+    m_outfit = prefs->outfit();
+    connect(prefs, &Preferences::outfitChanged, this, [this](Preferences::Outfit outfit) {
+        if (m_outfit == outfit)
+            return;
+        m_outfit = outfit;
+        QTimer::singleShot(0, this, &PetController::applyOutfit);
+    });
+    connect(prefs, &Preferences::keepOnTopChanged, m_panel.get(), &PetPanel::setKeepOnTop);
+    m_panel->setKeepOnTop(prefs->keepOnTop());
+    connect(prefs, &Preferences::allSpacesChanged, m_panel.get(), &PetPanel::setAllSpaces);
+    m_panel->setAllSpaces(prefs->allSpaces());
+    connect(prefs, &Preferences::percentTagChanged, this, [this](bool on) {
+        if (QQuickItem *overlay = m_panel->overlay())
+            overlay->setProperty("percentTag", on);
+        updateInputRegion();
+    });
+
+    // Displays added, removed or rearranged.
+    const auto screensChanged = [this] { QTimer::singleShot(0, this, &PetController::keepOnScreen); };
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this, screensChanged](QScreen *screen) {
+        watchScreen(screen);
+        screensChanged();
+    });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, screensChanged);
+    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, screensChanged);
+    for (QScreen *screen : QGuiApplication::screens())
+        watchScreen(screen);
+
+    scheduleUpdate();
+}
+
+PetController::~PetController()
+{
+    // The overlay's items belong to the engine's context; drop them before the engine goes.
+    if (QQuickItem *overlay = m_panel->overlay())
+        delete overlay;
+    m_panel.reset();
+}
+
+PetStageView *PetController::stage() const
+{
+    return m_panel->stage();
+}
+
+void PetController::watchScreen(QScreen *screen)
+{
+    connect(screen, &QScreen::availableGeometryChanged, this, [this] { QTimer::singleShot(0, this, &PetController::keepOnScreen); });
+}
+
+void PetController::scheduleUpdate()
+{
+    if (m_updatePending)
+        return;
+    m_updatePending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_updatePending = false;
+        update();
+    });
+}
+
+QRect PetController::panelFrame() const
+{
+    return m_panel->geometry();
+}
+
+void PetController::showOnLaunch()
+{
+    layout(false);
+    Preferences *prefs = m_inputs.preferences;
+    if (prefs->petVisible()) {
+        prefs->setPetVisible(true);
+        m_panel->orderFront();
+        stage()->startBreathing();
+    }
+    announce(launchAnnouncementSeconds);
+}
+
+void PetController::layout(bool keepAnchor)
+{
+    const Geometry g = geometry(m_inputs.preferences->size());
+    const QSize panel = g.panel.toSize();
+    const QRect current = panelFrame();
+    QPoint origin;
+    const QVariant stored = m_inputs.preferences->defaults().value(Preferences::petOriginKey.toString());
+    if (keepAnchor && current.width() > 0) {
+        // The bottom centre stays put.
+        const qreal midX = current.x() + current.width() / 2.0;
+        origin = QPoint(int(std::lround(midX - panel.width() / 2.0)), current.y() + current.height() - panel.height());
+    } else if (stored.isValid()) {
+        origin = parseOrigin(stored.toString(), panel.height(), primaryBottom());
+    } else {
+        const QScreen *screen = mainScreen();
+        origin = defaultCorner(screen ? screen->availableGeometry() : QRect(), panel);
+    }
+    m_panel->setGeometry(QRect(origin, panel));
+    stage()->setSize(g.panel);
+    if (QQuickItem *overlay = m_panel->overlay())
+        overlay->setSize(g.panel);
+    stage()->layoutSprite(g.sprite, std::max(m_shownTier, 0));
+    keepOnScreen();
+    updateInputRegion();
+}
+
+void PetController::keepOnScreen()
+{
+    QList<QRect> available;
+    for (const QScreen *screen : QGuiApplication::screens())
+        available.append(screen->availableGeometry());
+    if (visibleEnough(panelFrame(), available))
+        return;
+    const QScreen *primary = QGuiApplication::primaryScreen();
+    if (!primary)
+        return;
+    m_panel->setPosition(defaultCorner(primary->availableGeometry(), panelFrame().size()));
+    storeOrigin();
+}
+
+void PetController::storeOrigin()
+{
+    m_inputs.preferences->defaults().setValue(Preferences::petOriginKey.toString(), formatOrigin(panelFrame(), primaryBottom()));
+}
+
+void PetController::moved()
+{
+    // No clamping after a drag: she may be left mostly off screen until the next layout or display change.
+    storeOrigin();
+}
+
+void PetController::update()
+{
+    const std::optional<Session> focused = m_inputs.focused ? m_inputs.focused() : std::nullopt;
+    const bool granted = m_inputs.anyGranted && m_inputs.anyGranted();
+    m_model->setMood(!granted ? PetModel::Mood::blind : focused ? PetModel::Mood::working : PetModel::Mood::empty);
+    m_model->setSession(focused);
+    const int tier = focused ? focused->tier() : 0;
+    m_model->setTier(tier);
+
+    if (StatusItemController *statusItem = StatusItemController::shared())
+        statusItem->refresh();
+
+    const std::optional<QString> id = focused ? std::optional<QString>(focused->id) : std::nullopt;
+    const bool same = tier == m_shownTier && id == m_shownSessionID;
+    const int previousTier = m_shownTier;
+    m_shownSessionID = id;
+
+    if (tier != m_shownTier) {
+        PetStageView *view = stage();
+        view->setTier(tier);
+        const bool animated = previousTier != -1 && !m_inputs.reduceMotion;
+        view->applyContents(animated);
+        Q_EMIT contentsApplied(tier, animated);
+        if (previousTier != -1 && !m_inputs.reduceMotion) {
+            view->hop();
+            Q_EMIT hopped();
+        }
+        m_shownTier = tier;
+    }
+    if (!same && previousTier != -1)
+        announce(changeAnnouncementSeconds);
+}
+
+void PetController::applyOutfit()
+{
+    PetStageView *view = stage();
+    view->setTier(std::max(m_shownTier, 0));
+    const bool animated = !m_inputs.reduceMotion;
+    view->applyContents(animated);
+    Q_EMIT contentsApplied(view->tier(), animated);
+    if (animated) {
+        view->hop();
+        Q_EMIT hopped();
+    }
+}
+
+void PetController::announce(int seconds)
+{
+    if (!m_inputs.preferences->speechBubbles())
+        return;
+    m_model->setAnnouncing(true);
+    m_announceTimer.start(seconds * 1000);
+    Q_EMIT announced(seconds);
+}
+
+Qt::Edge PetController::popoverEdge() const
+{
+    const QRect frame = panelFrame();
+    const QScreen *screen = m_panel->screen();
+    const qreal screenMid = screen ? screen->availableGeometry().x() + screen->availableGeometry().width() / 2.0 : 0;
+    return screenMid < frame.x() + frame.width() / 2.0 ? Qt::LeftEdge : Qt::RightEdge;
+}
+
+void PetController::clicked()
+{
+    if (m_model->mood() == PetModel::Mood::blind) {
+        Q_EMIT welcomeRequested();
+        return;
+    }
+    // The bubble makes way for the sessions list.
+    m_announceTimer.stop();
+    m_model->setAnnouncing(false);
+    SessionsPopover::toggle(m_panel.get(), stage()->mapRectToScene(stage()->spriteRect()));
+    Q_EMIT sessionsRequested(popoverEdge());
+}
+
+QMenu *PetController::contextMenu()
+{
+    Preferences *prefs = m_inputs.preferences;
+    auto *menu = new QMenu;
+
+    QMenu *sizes = menu->addMenu(u"Size"_s);
+    for (const Preferences::Size size : Preferences::allSizes) {
+        QAction *item = sizes->addAction(Preferences::label(size));
+        const int tag = int(size);
+        item->setData(tag);
+        item->setCheckable(true);
+        item->setChecked(prefs->size() == size);
+        connect(item, &QAction::triggered, this, [this, tag] { pickSize(tag); });
+    }
+
+    QMenu *outfits = menu->addMenu(u"Outfit"_s);
+    for (const Preferences::Outfit outfit : Preferences::allOutfits) {
+        QAction *item = outfits->addAction(Preferences::label(outfit));
+        const int tag = int(outfit);
+        item->setData(tag);
+        item->setCheckable(true);
+        item->setChecked(prefs->outfit() == outfit);
+        connect(item, &QAction::triggered, this, [this, tag] { pickOutfit(tag); });
+        if (outfit == Preferences::Outfit::seasonal)
+            outfits->addSeparator();
+    }
+
+    QAction *top = menu->addAction(u"Keep on Top"_s);
+    top->setCheckable(true);
+    top->setChecked(prefs->keepOnTop());
+    connect(top, &QAction::triggered, this, &PetController::toggleTop);
+    menu->addSeparator();
+    connect(menu->addAction(u"Hide Yuzuha"_s), &QAction::triggered, this, &PetController::hideFromMenu);
+    connect(menu->addAction(u"Settings\u2026"_s), &QAction::triggered, this, &PetController::openSettings);
+    menu->addSeparator();
+    connect(menu->addAction(u"Quit Yuzuha"_s), &QAction::triggered, this, [this] {
+        Q_EMIT quitRequested();
+        QCoreApplication::quit();
+    });
+    return menu;
+}
+
+void PetController::pickSize(int tag)
+{
+    m_inputs.preferences->setSize(tag == 0 ? Preferences::Size::small : tag == 2 ? Preferences::Size::large : Preferences::Size::medium);
+}
+
+void PetController::pickOutfit(int tag)
+{
+    if (tag < 0 || tag >= int(Preferences::allOutfits.size()))
+        return;
+    m_inputs.preferences->setOutfit(Preferences::allOutfits[size_t(tag)]);
+}
+
+void PetController::toggleTop()
+{
+    m_inputs.preferences->setKeepOnTop(!m_inputs.preferences->keepOnTop());
+}
+
+void PetController::openSettings()
+{
+    Q_EMIT settingsRequested();
+}
+
+void PetController::showPet()
+{
+    m_inputs.preferences->setPetVisible(true);
+    m_panel->orderFront();
+    stage()->startBreathing();
+}
+
+void PetController::hideFromMenu()
+{
+    m_inputs.preferences->setPetVisible(false);
+    SessionsPopover::closeCurrent();
+    m_panel->hide();
+}
+
+void PetController::pointerMoved(QPointF position)
+{
+    PassThrough::State state { m_panel->size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
+    const PassThrough::Decision decision = PassThrough::decide(state, position, stage()->isOnHer(position));
+    if (decision.hovering != m_model->hovering())
+        m_model->setHovering(decision.hovering);
+}
+
+void PetController::pointerLeft()
+{
+    if (m_model->hovering())
+        m_model->setHovering(false);
+}
+
+void PetController::updateInputRegion()
+{
+    const PassThrough::State state { m_panel->size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
+    m_panel->setInputRegion(PassThrough::inputRegion(state, stage()->mask(), stage()->spriteRect(), stage()->scale()));
+}

@@ -1,0 +1,144 @@
+#pragma once
+
+#include "preferences.h"
+#include "session.h"
+
+#include <QObject>
+#include <QPointF>
+#include <QRect>
+#include <QSizeF>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class PetModel;
+class PetPanel;
+class PetStageView;
+class QMenu;
+class QQmlEngine;
+class QScreen;
+
+/// Owns her window and decides what she shows: which session, when she hops and when she speaks.
+/// It places the panel on screen, keeps it there, follows the settings and answers her clicks.
+class PetController : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What the controller reads besides the settings; the shared one wires the session watcher and the folder gate.
+    struct Inputs {
+        Preferences *preferences = nullptr;
+        /// The session she shows, or nothing.
+        std::function<std::optional<Session>()> focused;
+        /// Whether any agent folder may be read.
+        std::function<bool()> anyGranted;
+        /// Whether the desktop asks for reduced motion.
+        bool reduceMotion = false;
+    };
+
+    /// Sprite and panel sizes in device-independent pixels for one size setting.
+    struct Geometry {
+        QSizeF sprite;
+        QSizeF panel;
+    };
+    static constexpr qreal bubbleBand = 92;
+    static constexpr qreal tagBand = 30;
+    static constexpr qreal minimumPanelWidth = 270;
+    static constexpr qreal cornerRight = 12;
+    static constexpr qreal cornerBottom = 8;
+    static constexpr int launchAnnouncementSeconds = 6;
+    static constexpr int changeAnnouncementSeconds = 7;
+
+    static Geometry geometry(Preferences::Size size);
+    static qreal spriteHeight(Preferences::Size size);
+
+    // "petOrigin" keeps the panel's bottom-left corner with y growing upward from the bottom of the
+    // primary screen, as "{x, y}". Qt's window positions are top-left with y growing downward; these
+    // two functions are the only place the two meet.
+    /// The stored text of a panel frame, e.g. "{998, 8}" for a panel 8 above the bottom of an 800-high primary screen.
+    static QString formatOrigin(const QRect &frame, int primaryBottom);
+    /// The Qt top-left of a panel of `height` from a stored text; unreadable text reads as the origin (0, 0).
+    static QPoint parseOrigin(const QString &text, int height, int primaryBottom);
+
+    /// Whether the central 40 % × 40 % of a panel frame is on any of the screens' available areas.
+    static bool visibleEnough(const QRect &frame, const QList<QRect> &available);
+    /// Bottom-right of an available area: 12 from the right, 8 above the bottom.
+    static QPoint defaultCorner(const QRect &available, QSize panel);
+
+    static PetController *shared();
+
+    explicit PetController(Inputs inputs, QObject *parent = nullptr);
+    ~PetController() override;
+
+    PetModel *model() const { return m_model; }
+    PetPanel *panel() const { return m_panel.get(); }
+    PetStageView *stage() const;
+    int shownTier() const { return m_shownTier; }
+    std::optional<QString> shownSessionID() const { return m_shownSessionID; }
+
+    /// Lays her out and, when she is meant to be visible, shows her with a 6-second greeting.
+    void showOnLaunch();
+    /// Re-reads which session she shows; hops on a tier change and announces a new session or tier.
+    void update();
+    void showPet();
+    void hideFromMenu();
+
+    /// A press on her without a drag.
+    void clicked();
+    /// A drag ended: remember where she stands.
+    void moved();
+    /// A new context menu for the current settings; the caller owns it.
+    QMenu *contextMenu();
+
+    void pickSize(int tag);
+    void pickOutfit(int tag);
+    void toggleTop();
+    void openSettings();
+
+    /// Sizes and places the panel; with `keepAnchor` the bottom centre stays where it was.
+    void layout(bool keepAnchor);
+    /// Brings her back to the default corner when too little of her is on any screen.
+    void keepOnScreen();
+    /// Raises the speech bubble for `seconds`, when speech bubbles are on.
+    void announce(int seconds);
+
+    /// The side of her the sessions popover opens on: left when she stands right of her screen's centre.
+    Qt::Edge popoverEdge() const;
+
+    /// The pointer is at `position` in the panel: update hovering.
+    void pointerMoved(QPointF position);
+    void pointerLeft();
+    /// Re-derives the part of the panel that takes the pointer.
+    void updateInputRegion();
+
+Q_SIGNALS:
+    /// The sprite was re-rendered for a tier, with or without the crossfade.
+    void contentsApplied(int tier, bool animated);
+    void hopped();
+    void announced(int seconds);
+    /// No folder is readable yet: a click asks to be let in.
+    void welcomeRequested();
+    /// A click asks for the sessions list beside her.
+    void sessionsRequested(Qt::Edge edge);
+    void settingsRequested();
+    void quitRequested();
+
+private:
+    void scheduleUpdate();
+    void applyOutfit();
+    void storeOrigin();
+    void watchScreen(QScreen *screen);
+    QRect panelFrame() const;
+
+    Inputs m_inputs;
+    PetModel *m_model;
+    std::unique_ptr<PetPanel> m_panel;
+    std::unique_ptr<QQmlEngine> m_engine;
+    QTimer m_announceTimer;
+    int m_shownTier = -1;
+    std::optional<QString> m_shownSessionID;
+    bool m_updatePending = false;
+    std::optional<Preferences::Outfit> m_outfit;
+};

@@ -1,0 +1,198 @@
+#include "passthrough.h"
+#include "petstageview.h"
+#include "reducemotion.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using PassThrough::Decision;
+using PassThrough::State;
+
+namespace
+{
+// A medium panel: 270 × 372, bubble band y < 92, tag band y > 342.
+const QSizeF panel(270, 372);
+
+PassThrough::AlphaMask maskOf(int width, int height, uchar fill)
+{
+    return { width, height, QByteArray(qsizetype(width) * height, char(fill)) };
+}
+} // namespace
+
+class TestPassThrough : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void alphaThreshold_data()
+    {
+        QTest::addColumn<int>("alpha");
+        QTest::addColumn<bool>("onHer");
+        QTest::addRow("transparent") << 0 << false;
+        QTest::addRow("alpha 40 is not her") << 40 << false;
+        QTest::addRow("alpha 41 is her") << 41 << true;
+        QTest::addRow("opaque") << 255 << true;
+    }
+    void alphaThreshold()
+    {
+        QFETCH(int, alpha);
+        QImage image(4, 4, QImage::Format_ARGB32);
+        image.fill(Qt::transparent);
+        image.setPixel(2, 1, qRgba(0, 0, 0, alpha));
+        const auto mask = PassThrough::alphaMask(image);
+        QVERIFY(mask);
+        // Sprite drawn 8 × 8 at (100, 50): each bitmap pixel covers 2 × 2.
+        const QRectF sprite(100, 50, 8, 8);
+        QFETCH(bool, onHer);
+        QCOMPARE(PassThrough::isOnHer(mask, sprite, QPointF(105.5, 52.5)), onHer);
+        // The neighbour row is transparent whatever the pixel holds.
+        QVERIFY(!PassThrough::isOnHer(mask, sprite, QPointF(105.5, 55)));
+    }
+
+    void hitTestOutsideOrWithoutMask()
+    {
+        const auto mask = std::optional(maskOf(4, 4, 255));
+        const QRectF sprite(0, 0, 40, 40);
+        QVERIFY(PassThrough::isOnHer(mask, sprite, QPointF(39.9, 39.9)));
+        QVERIFY(!PassThrough::isOnHer(mask, sprite, QPointF(40, 20)));
+        QVERIFY(!PassThrough::isOnHer(mask, sprite, QPointF(-0.1, 20)));
+        QVERIFY(!PassThrough::isOnHer(std::nullopt, sprite, QPointF(20, 20)));
+        QVERIFY(!PassThrough::alphaMask(QImage()));
+    }
+
+    void decide_data()
+    {
+        QTest::addColumn<State>("state");
+        QTest::addColumn<QPointF>("point");
+        QTest::addColumn<bool>("onHer");
+        QTest::addColumn<Decision>("expected");
+        const State quiet { panel, false, false, true };
+        const State hovering { panel, false, true, true };
+        const State announcing { panel, true, false, true };
+        const State noTag { panel, false, false, false };
+        QTest::addRow("on her") << quiet << QPointF(135, 200) << true << Decision { true, true };
+        QTest::addRow("transparent pixel in her rectangle") << quiet << QPointF(100, 200) << false << Decision { false, false };
+        QTest::addRow("from her up into the bubble keeps hovering") << hovering << QPointF(135, 40) << false << Decision { true, true };
+        QTest::addRow("sideways off her below the bubble band") << hovering << QPointF(20, 200) << false << Decision { false, false };
+        QTest::addRow("bubble band without bubble is dead") << quiet << QPointF(135, 40) << false << Decision { false, false };
+        QTest::addRow("announcement makes the band live, not hovering") << announcing << QPointF(20, 10) << false << Decision { true, false };
+        QTest::addRow("band edge 91.9 is live") << announcing << QPointF(20, 91.9) << false << Decision { true, false };
+        QTest::addRow("band edge 92 is not") << announcing << QPointF(20, 92) << false << Decision { false, false };
+        QTest::addRow("tag hot spot 69 left of centre") << quiet << QPointF(135 - 69, 362) << false << Decision { true, false };
+        QTest::addRow("70 left of centre is not") << quiet << QPointF(135 - 70, 362) << false << Decision { false, false };
+        QTest::addRow("69 right of centre") << quiet << QPointF(135 + 69, 362) << false << Decision { true, false };
+        QTest::addRow("tag off: tag band only on her") << noTag << QPointF(135, 362) << false << Decision { false, false };
+        QTest::addRow("tag off, on her in the tag band") << noTag << QPointF(135, 362) << true << Decision { true, true };
+        QTest::addRow("outside the panel") << hovering << QPointF(300, 40) << true << Decision { false, false };
+    }
+    void decide()
+    {
+        QFETCH(State, state);
+        QFETCH(QPointF, point);
+        QFETCH(bool, onHer);
+        QFETCH(Decision, expected);
+        QCOMPARE(PassThrough::decide(state, point, onHer), expected);
+    }
+
+    void inputRegionFollowsZones_data()
+    {
+        QTest::addColumn<State>("state");
+        QTest::addColumn<qreal>("dpr");
+        QTest::addColumn<QPoint>("devicePoint");
+        QTest::addColumn<bool>("live");
+        const State quiet { panel, false, false, true };
+        const State up { panel, true, false, true };
+        const State noTag { panel, false, false, false };
+        QTest::addRow("opaque row of her") << quiet << 1.0 << QPoint(120, 150) << true;
+        QTest::addRow("transparent column beside her") << quiet << 1.0 << QPoint(95, 150) << false;
+        QTest::addRow("bubble band down") << quiet << 1.0 << QPoint(10, 10) << false;
+        QTest::addRow("bubble band up") << up << 1.0 << QPoint(10, 10) << true;
+        QTest::addRow("tag hot spot") << quiet << 1.0 << QPoint(66, 360) << true;
+        QTest::addRow("left of the hot spot") << quiet << 1.0 << QPoint(64, 360) << false;
+        QTest::addRow("tag off") << noTag << 1.0 << QPoint(135, 360) << false;
+        QTest::addRow("her at scale 2") << quiet << 2.0 << QPoint(240, 300) << true;
+        QTest::addRow("transparent at scale 2") << quiet << 2.0 << QPoint(190, 300) << false;
+        QTest::addRow("hot spot at scale 2") << quiet << 2.0 << QPoint(132, 720) << true;
+    }
+    void inputRegionFollowsZones()
+    {
+        QFETCH(State, state);
+        QFETCH(qreal, dpr);
+        // A sprite 90 × 250 at (90, 92) whose left third is transparent.
+        PassThrough::AlphaMask mask = maskOf(int(90 * dpr), int(250 * dpr), 255);
+        for (int row = 0; row < mask.height; ++row)
+            std::memset(mask.alpha.data() + qsizetype(row) * mask.width, 0, size_t(mask.width / 3));
+        const QRegion region = PassThrough::inputRegion(state, mask, QRectF(90, 92, 90, 250), dpr);
+        QFETCH(QPoint, devicePoint);
+        QFETCH(bool, live);
+        QCOMPARE(region.contains(devicePoint), live);
+        // Identical rows collapse into one band: the region stays small enough to send to the X server.
+        QVERIFY(region.rectCount() <= 3);
+    }
+
+    void reduceMotion_data()
+    {
+        QTest::addColumn<std::optional<QString>>("gnome");
+        QTest::addColumn<std::optional<QString>>("kde");
+        QTest::addColumn<bool>("on");
+        QTest::addRow("nothing readable") << std::optional<QString>() << std::optional<QString>() << false;
+        QTest::addRow("gnome animations on") << std::optional(u"true\n"_s) << std::optional<QString>() << false;
+        QTest::addRow("gnome animations off") << std::optional(u"false\n"_s) << std::optional<QString>() << true;
+        QTest::addRow("kde factor 0") << std::optional<QString>() << std::optional(u"[General]\nX=1\n[KDE]\nAnimationDurationFactor=0\n"_s) << true;
+        QTest::addRow("kde factor 0.5") << std::optional<QString>() << std::optional(u"[KDE]\nAnimationDurationFactor=0.5\n"_s) << false;
+        QTest::addRow("factor in another group") << std::optional<QString>() << std::optional(u"[KWin]\nAnimationDurationFactor=0\n"_s) << false;
+        QTest::addRow("garbage factor") << std::optional<QString>() << std::optional(u"[KDE]\nAnimationDurationFactor=slow\n"_s) << false;
+    }
+    void reduceMotion()
+    {
+        QFETCH(std::optional<QString>, gnome);
+        QFETCH(std::optional<QString>, kde);
+        QFETCH(bool, on);
+        QCOMPARE(ReduceMotion::decide({ gnome, kde }), on);
+    }
+
+    void breathingWakesOnlyOnPixelChanges_data()
+    {
+        QTest::addColumn<int>("pixelHeight");
+        QTest::addRow("medium at scale 1") << 250;
+        QTest::addRow("large at scale 2") << 680;
+    }
+    void breathingWakesOnlyOnPixelChanges()
+    {
+        QFETCH(int, pixelHeight);
+        const auto &curve = StageMotion::breathing();
+        const qreal amplitude = pixelHeight * StageMotion::breathStretch;
+        // Walk one whole cycle from change to change: every wake-up must change the drawn pixels,
+        // and there are about two per pixel of amplitude, not one per frame.
+        int wakeups = 0;
+        qreal t = 0;
+        while (true) {
+            const auto next = curve.nextChange(t, amplitude);
+            QVERIFY(next);
+            QVERIFY(*next > t);
+            if (*next >= curve.duration())
+                break;
+            QVERIFY(curve.pixels(*next, amplitude) != curve.pixels(t, amplitude));
+            QCOMPARE(curve.pixels(*next - 0.002, amplitude), curve.pixels(t, amplitude));
+            t = *next;
+            ++wakeups;
+        }
+        QCOMPARE(wakeups, 2 * int(std::lround(amplitude)));
+        QCOMPARE(curve.pixels(curve.duration() / 2, amplitude), int(std::lround(amplitude)));
+    }
+
+    void hopShape()
+    {
+        const auto &hop = StageMotion::hop();
+        QCOMPARE(hop.value(0.35 * 0.45), 10.0);
+        QCOMPARE(hop.value(0.82 * 0.45), 3.0);
+        QCOMPARE(hop.value(0.45), 0.0);
+        // Easing out: ahead of a straight line early in each segment.
+        QVERIFY(hop.value(0.35 * 0.45 / 4) > 3);
+        QVERIFY(hop.value(0.45 * (0.35 + 0.3 / 4)) < 7);
+        QVERIFY(!hop.nextChange(0.45, 2.0));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPassThrough)
+#include "tst_passthrough.moc"

@@ -1,0 +1,123 @@
+#include "petstageview.h"
+
+#include <QQuickWindow>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace
+{
+QImage opaque(int, int pixelHeight)
+{
+    QImage image(int(std::lround(pixelHeight * 427.0 / 1151.0)), pixelHeight, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::black);
+    return image;
+}
+} // namespace
+
+class TestPetStage : public QObject
+{
+    Q_OBJECT
+
+    struct Scene {
+        QQuickWindow window;
+        PetStageView *stage = new PetStageView(window.contentItem());
+        Scene()
+        {
+            window.setGeometry(200, 100, 270, 372);
+            stage->setSize(QSizeF(270, 372));
+            stage->setImageSource(opaque);
+            stage->layoutSprite(QSizeF(93, 250), 0);
+            window.show();
+        }
+        // Sends the pointer to a screen position, whatever the window has moved to meanwhile.
+        QPoint local(QPoint global) const { return global - window.position(); }
+    };
+
+private Q_SLOTS:
+    void clickOrDrag_data()
+    {
+        QTest::addColumn<QList<QPoint>>("path");
+        QTest::addColumn<bool>("isMove");
+        QTest::addColumn<QPoint>("windowShift");
+        QTest::addRow("still press is a click") << QList<QPoint> {} << false << QPoint();
+        QTest::addRow("2 px jitter is a click") << QList<QPoint> { { 2, 0 }, { 0, 2 }, { -1, -1 } } << false << QPoint();
+        QTest::addRow("3 px is a move") << QList<QPoint> { { 3, 0 } } << true << QPoint(3, 0);
+        QTest::addRow("out and back is still a move") << QList<QPoint> { { 10, 5 }, { 0, 0 } } << true << QPoint();
+        QTest::addRow("drag follows exactly") << QList<QPoint> { { 40, -30 } } << true << QPoint(40, -30);
+    }
+    void clickOrDrag()
+    {
+        QFETCH(QList<QPoint>, path);
+        Scene scene;
+        QVERIFY(QTest::qWaitForWindowExposed(&scene.window));
+        QSignalSpy clicked(scene.stage, &PetStageView::clicked);
+        QSignalSpy moved(scene.stage, &PetStageView::moved);
+        const QPoint start = scene.window.position() + QPoint(135, 200);
+        const QPoint origin = scene.window.position();
+        QTest::mousePress(&scene.window, Qt::LeftButton, {}, scene.local(start));
+        QVERIFY(scene.stage->isDragging());
+        for (const QPoint &step : path)
+            QTest::mouseMove(&scene.window, scene.local(start + step));
+        QTest::mouseRelease(&scene.window, Qt::LeftButton, {}, scene.local(start + (path.isEmpty() ? QPoint() : path.last())));
+        QFETCH(bool, isMove);
+        QCOMPARE(moved.count(), isMove ? 1 : 0);
+        QCOMPARE(clicked.count(), isMove ? 0 : 1);
+        QVERIFY(!scene.stage->isDragging());
+        QFETCH(QPoint, windowShift);
+        QCOMPARE(scene.window.position(), origin + windowShift);
+    }
+
+    void rightPressAsksForMenu()
+    {
+        Scene scene;
+        QVERIFY(QTest::qWaitForWindowExposed(&scene.window));
+        QSignalSpy menu(scene.stage, &PetStageView::contextMenuRequested);
+        QSignalSpy clicked(scene.stage, &PetStageView::clicked);
+        QTest::mouseClick(&scene.window, Qt::RightButton, {}, QPoint(135, 200));
+        QCOMPARE(menu.count(), 1);
+        QCOMPARE(menu.first().first().toPoint(), scene.window.position() + QPoint(135, 200));
+        QCOMPARE(clicked.count(), 0);
+    }
+
+    void missingBitmapKeepsThePrevious()
+    {
+        Scene scene;
+        QVERIFY(scene.stage->mask());
+        const QRectF before = scene.stage->spriteRect();
+        // Centred and snapped to whole pixels: 135 − 46.5 rounds to 89.
+        QCOMPARE(before, QRectF(89, 92, 93, 250));
+        scene.stage->setImageSource([](int, int) { return QImage(); });
+        scene.stage->setTier(4);
+        QSignalSpy changed(scene.stage, &PetStageView::contentsChanged);
+        scene.stage->applyContents(true);
+        QCOMPARE(changed.count(), 0);
+        QVERIFY(scene.stage->mask());
+        QVERIFY(!scene.stage->isFading());
+        QVERIFY(scene.stage->isOnHer(before.center()));
+    }
+
+    void nothingShownIsNeverHer()
+    {
+        QQuickWindow window;
+        PetStageView stage(window.contentItem());
+        stage.setSize(QSizeF(270, 372));
+        stage.setImageSource([](int, int) { return QImage(); });
+        stage.layoutSprite(QSizeF(93, 250), 0);
+        QVERIFY(!stage.isOnHer(QPointF(135, 200)));
+    }
+
+    void reduceMotionStopsBreathing()
+    {
+        Scene scene;
+        QVERIFY(scene.stage->isBreathing());
+        scene.stage->setReduceMotion(true);
+        scene.stage->startBreathing();
+        QVERIFY(!scene.stage->isBreathing());
+        scene.stage->setTier(2);
+        scene.stage->applyContents(true);
+        QVERIFY(!scene.stage->isFading());
+    }
+};
+
+QTEST_MAIN(TestPetStage)
+#include "tst_petstage.moc"

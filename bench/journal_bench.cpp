@@ -1,6 +1,7 @@
 // Prints how long the log readers take on this machine, next to the floor (one 256 KiB read from
 // the page cache plus one JSON parse) and a naive reader that parses every line, for scale.
 #include "journal.h"
+#include "tailreader.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -131,6 +133,50 @@ void threeTailsCall(const QString &path)
     }
 }
 
+/// The floor for the worst case as read now: the last 32 MiB walked backwards in chunks through
+/// one reused buffer, nothing scanned.
+void chunkedTailCall(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return;
+    const qint64 chunk = Journal::TailReader::defaultChunkSize;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(size_t(chunk));
+    const qint64 start = std::max<qint64>(0, file.size() - Journal::tailSizes.back());
+    for (qint64 end = file.size(); end > start; end -= chunk) {
+        const qint64 count = std::min(chunk, end - start);
+        file.seek(end - count);
+        if (file.read(buffer.get(), count) != count)
+            std::printf("floor: short read\n");
+    }
+}
+
+/// A /proc/self/status figure in KiB (Linux), or -1.
+qint64 statusKiB(QByteArrayView key)
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith(key))
+            return line.mid(key.size()).trimmed().split(' ').value(0).toLongLong();
+    }
+    return -1;
+}
+
+/// How far one call lifts the resident set above where it started, in KiB: the peak is reset
+/// through /proc/self/clear_refs first (Linux).
+qint64 peakGrowthKiB(const std::function<void()> &call)
+{
+    QFile clear(u"/proc/self/clear_refs"_s);
+    if (!clear.open(QIODevice::WriteOnly) || clear.write("5") != 1)
+        return -1;
+    clear.close();
+    const qint64 before = statusKiB("VmRSS:");
+    call();
+    return statusKiB("VmHWM:") - before;
+}
+
 /// For scale: reads the whole file and parses every line, keeping the last usage seen.
 qint64 naiveClaude(const QString &path)
 {
@@ -192,10 +238,17 @@ int main()
     print("Journal::claude, 64 MiB, usage 4 KiB from the end", measure(501, [&] { Journal::claude(claudeRecent); }));
     print("Journal::claude, 64 MiB, usage 200 KiB from the end", measure(501, [&] { Journal::claude(claudeCommon); }));
     print("Journal::codex, 64 MiB, event 200 KiB from the end", measure(501, [&] { Journal::codex(codexCommon); }));
-    print("floor: the three tails read, nothing scanned", measure(21, [&] { threeTailsCall(claudeWorst); }));
+    print("floor (old): the three tails read whole, fresh buffers", measure(21, [&] { threeTailsCall(claudeWorst); }));
+    print("floor: the 32 MiB tail read back in chunks, one buffer", measure(21, [&] { chunkedTailCall(claudeWorst); }));
     print("Journal::claude, 40 MiB, nothing decisive", measure(21, [&] { Journal::claude(claudeWorst); }));
     print("Journal::codex, 40 MiB, nothing decisive", measure(21, [&] { Journal::codex(codexWorst); }));
     print("Journal::claude, 40 MiB, every line a sidechain reply", measure(5, [&] { Journal::claude(claudeSidechains); }));
     print("naive: parse every line of the 64 MiB Claude log", measure(3, [&] { naiveClaude(claudeCommon); }));
+
+    std::printf("\nResident set growth of one call above where it started:\n");
+    std::printf("  %-52s %10lld KiB\n", "floor (old): the three tails read whole, fresh buffers", peakGrowthKiB([&] { threeTailsCall(claudeWorst); }));
+    std::printf("  %-52s %10lld KiB\n", "Journal::claude, 64 MiB, usage 200 KiB from the end", peakGrowthKiB([&] { Journal::claude(claudeCommon); }));
+    std::printf("  %-52s %10lld KiB\n", "Journal::claude, 40 MiB, nothing decisive", peakGrowthKiB([&] { Journal::claude(claudeWorst); }));
+    std::printf("  %-52s %10lld KiB\n", "Journal::codex, 40 MiB, nothing decisive", peakGrowthKiB([&] { Journal::codex(codexWorst); }));
     return 0;
 }

@@ -1,6 +1,8 @@
 #include "journal.h"
+#include "tailreader.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -73,6 +75,43 @@ QByteArray filler(qint64 size)
     }
     bytes[size - 1] = '\n';
     return bytes;
+}
+
+/// A log-like byte soup: lines of random length (some empty, some holding '\r'), separated by
+/// runs of one to three newlines, with or without a final newline.
+QByteArray generatedLog(QRandomGenerator &random, int lineCount, int maxLine)
+{
+    static constexpr char alphabet[] = "ab{}\r";
+    QByteArray bytes;
+    for (int i = 0; i < lineCount; ++i) {
+        if (random.bounded(4) != 0) {
+            const int length = random.bounded(maxLine + 1);
+            for (int c = 0; c < length; ++c)
+                bytes += alphabet[random.bounded(int(sizeof alphabet) - 1)];
+        }
+        if (i + 1 < lineCount || random.bounded(2) == 0)
+            bytes += QByteArray(1 + (random.bounded(4) == 0 ? random.bounded(3) : 0), '\n');
+    }
+    return bytes;
+}
+
+/// Lines newest first, as the reader's scan sees them.
+QByteArrayList reversedTail(const QString &path, qint64 byteCount)
+{
+    QByteArrayList lines;
+    if (const std::optional<Journal::Tail> tail = Journal::tailLines(path, byteCount)) {
+        for (auto line = tail->lines.crbegin(); line != tail->lines.crend(); ++line)
+            lines.append(line->toByteArray());
+    }
+    return lines;
+}
+
+QByteArrayList drain(Journal::TailReader &reader)
+{
+    QByteArrayList lines;
+    while (const std::optional<QByteArrayView> line = reader.next())
+        lines.append(line->toByteArray());
+    return lines;
 }
 } // namespace
 
@@ -321,6 +360,125 @@ private Q_SLOTS:
         QVERIFY(tail && !tail->lines.isEmpty());
         QVERIFY(!tail->lines.constFirst().contains("input_tokens"));
         QCOMPARE(Journal::claude(path), reading(5, {}, u"claude-opus-4-7"_s, u"/w/app"_s));
+    }
+
+    // The backward reader against tailLines, which reads a tail whole: same lines, newest first,
+    // for every tail length of many generated logs and for chunks far smaller than a line.
+    void backwardReader_data()
+    {
+        QTest::addColumn<int>("lineCount");
+        QTest::addColumn<int>("maxLine");
+        QTest::addColumn<qint64>("chunkSize");
+        QTest::addColumn<int>("seeds");
+        for (const qint64 chunk : { 1, 3, 7 })
+            QTest::addRow("short lines, %lld-byte chunks", chunk) << 24 << 12 << chunk << 25;
+        QTest::addRow("lines many chunks long") << 12 << 400 << qint64(64) << 40;
+        QTest::addRow("lines around half a chunk") << 30 << 48 << qint64(64) << 40;
+        QTest::addRow("lines of hundreds of KiB, the shipped chunk") << 8 << int(600 * KiB) << Journal::TailReader::defaultChunkSize << 3;
+    }
+    void backwardReader()
+    {
+        QFETCH(int, lineCount);
+        QFETCH(int, maxLine);
+        QFETCH(qint64, chunkSize);
+        QFETCH(int, seeds);
+        for (int seed = 1; seed <= seeds; ++seed) {
+            QRandomGenerator random(seed);
+            const QByteArray content = generatedLog(random, lineCount, maxLine);
+            const QString path = write(content);
+            const qint64 length = content.size();
+            // Every cut for small logs; for bigger ones a sample, also just before chunk boundaries.
+            QList<qint64> byteCounts;
+            const qint64 step = length <= 512 ? 1 : length / (length < 64 * KiB ? 61 : 13);
+            for (qint64 n = 0; n <= length + 1; n += step) {
+                byteCounts << n;
+                if (step > 1)
+                    byteCounts << std::min(n + chunkSize - 1, length) << random.bounded(length + 2);
+            }
+            for (const qint64 byteCount : byteCounts) {
+                Journal::TailReader reader(path, chunkSize);
+                reader.setTail(byteCount);
+                const QByteArrayList got = drain(reader);
+                if (got != reversedTail(path, byteCount) || reader.complete() != (byteCount >= length))
+                    QFAIL(qPrintable(u"seed %1, last %2 of %3 bytes"_s.arg(seed).arg(byteCount).arg(length)));
+                QVERIFY(reader.intact());
+            }
+        }
+    }
+
+    // Growing tails on one reader skip what the smaller tail yielded: after each pass, all lines
+    // yielded so far are exactly the larger tail's lines. So a reader that stops at the first
+    // decisive line decides as if it had read every tail whole.
+    void growingTailsYieldEachLineOnce_data()
+    {
+        QTest::addColumn<qint64>("chunkSize");
+        QTest::addRow("1-byte chunks") << qint64(1);
+        QTest::addRow("5-byte chunks") << qint64(5);
+        QTest::addRow("64-byte chunks") << qint64(64);
+    }
+    void growingTailsYieldEachLineOnce()
+    {
+        QFETCH(qint64, chunkSize);
+        for (int seed = 1; seed <= 200; ++seed) {
+            QRandomGenerator random(seed);
+            const QByteArray content = generatedLog(random, 30, 20);
+            const QString path = write(content);
+            Journal::TailReader reader(path, chunkSize);
+            QByteArrayList seen;
+            qint64 byteCount = 0;
+            while (true) {
+                byteCount += 1 + random.bounded(qint64(content.size() / 3 + 1));
+                reader.setTail(byteCount);
+                seen += drain(reader);
+                if (seen != reversedTail(path, byteCount))
+                    QFAIL(qPrintable(u"seed %1, tail of %2 bytes"_s.arg(seed).arg(byteCount)));
+                if (reader.complete())
+                    break;
+            }
+        }
+    }
+
+    // The reader keeps to the length it found on opening; a file cut short under it ends the data
+    // instead of mixing in bytes of another version of the file.
+    void fileChangesWhileRead_data()
+    {
+        QTest::addColumn<qint64>("newLength");
+        QTest::addColumn<bool>("intact");
+        QTest::addRow("grown: the appended lines are not read") << qint64(-1) << true;
+        QTest::addRow("cut to half") << qint64(2000) << false;
+        QTest::addRow("emptied") << qint64(0) << false;
+    }
+    void fileChangesWhileRead()
+    {
+        QFETCH(qint64, newLength);
+        QFETCH(bool, intact);
+        QByteArrayList written;
+        for (int i = 0; i < 400; ++i)
+            written.append("line " + QByteArray::number(i));
+        const QString path = write(joinLines(written));
+        const QByteArrayList whole = reversedTail(path, Journal::tailSizes[0]);
+
+        Journal::TailReader reader(path, 64);
+        reader.setTail(Journal::tailSizes[0]);
+        QByteArrayList got;
+        for (int i = 0; i < 10; ++i)
+            got.append(reader.next()->toByteArray());
+        QFile file(path);
+        if (newLength < 0) {
+            QVERIFY(file.open(QIODevice::Append));
+            file.write("appended\n");
+        } else {
+            QVERIFY(file.resize(newLength));
+        }
+        file.close();
+        got += drain(reader);
+        QCOMPARE(reader.intact(), intact);
+        if (intact)
+            QCOMPARE(got, whole);
+        else
+            QVERIFY(got.size() < whole.size() && got == whole.first(got.size()));
+        reader.setTail(Journal::tailSizes[1]);
+        QCOMPARE(reader.next().has_value(), false);
     }
 
     void claudeWindow_data()

@@ -1,5 +1,7 @@
 #include "journal.h"
 
+#include "tailreader.h"
+
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -190,19 +192,21 @@ std::optional<Reading> codexLine(QByteArrayView line)
     return reading;
 }
 
-/// Walks growing tails newest line first until `decide` returns a reading. Absent when the file
-/// could not be read; an empty reading when nothing decided.
-template <typename Decide> std::optional<Reading> scanTails(const QString &path, Decide decide)
+/// Walks growing tails newest line first until `decide` returns a reading; an empty reading when
+/// nothing decided or the file could not be read. Each larger tail goes on from the line the
+/// smaller one dropped: the lines after it were already found undecisive.
+template <typename Decide> Reading scanTails(const QString &path, Decide decide)
 {
+    TailReader reader(path);
+    if (!reader.isOpen())
+        return Reading();
     for (const qint64 size : tailSizes) {
-        const std::optional<Tail> tail = tailLines(path, size);
-        if (!tail)
-            return std::nullopt;
-        for (auto line = tail->lines.crbegin(); line != tail->lines.crend(); ++line) {
+        reader.setTail(size);
+        while (const std::optional<QByteArrayView> line = reader.next()) {
             if (std::optional<Reading> reading = decide(*line))
-                return reading;
+                return *std::move(reading);
         }
-        if (tail->complete)
+        if (reader.complete() || !reader.intact())
             break;
     }
     return Reading();
@@ -249,13 +253,13 @@ std::optional<Tail> tailLines(const QString &path, qint64 byteCount)
 
 Reading claude(const QString &path)
 {
-    return scanTails(path, claudeLine).value_or(Reading());
+    return scanTails(path, claudeLine);
 }
 
 Reading codex(const QString &path)
 {
     const std::optional<QString> cwd = headCwd(path);
-    Reading reading = scanTails(path, codexLine).value_or(Reading());
+    Reading reading = scanTails(path, codexLine);
     reading.cwd = cwd;
     return reading;
 }

@@ -1,14 +1,18 @@
 // Feeds arbitrary bytes to the log readers as a log file and checks what they promise: they
 // never crash, the Claude reader never states a window, the Codex reader never names a model,
-// and the tail reader hands out non-empty lines without newlines that lie inside its buffer.
+// the tail reader hands out non-empty lines without newlines that lie inside its buffer, and the
+// backward reader, in tiny chunks, yields the same lines newest first.
 #include "journal.h"
+#include "tailreader.h"
 
+#include <QByteArrayList>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +44,27 @@ void checkTail(const QString &path, qint64 fileSize, qint64 byteCount)
     if (!tail->complete && !tail->lines.isEmpty())
         require(tail->lines.constFirst().data() > begin, "a partial tail never starts with its first byte");
 }
+
+/// One backward reader taken through a growing series of tails: after each pass, everything it
+/// yielded so far is that tail's lines, newest first.
+void checkBackwardReader(const QString &path, qint64 chunkSize, std::initializer_list<qint64> byteCounts)
+{
+    Journal::TailReader reader(path, chunkSize);
+    require(reader.isOpen(), "the backward reader opens a readable file");
+    QByteArrayList seen;
+    for (const qint64 byteCount : byteCounts) {
+        reader.setTail(byteCount);
+        while (const std::optional<QByteArrayView> line = reader.next())
+            seen.append(line->toByteArray());
+        require(reader.intact(), "a file that does not change reads intact");
+        const std::optional<Journal::Tail> tail = Journal::tailLines(path, byteCount);
+        require(tail && seen.size() == tail->lines.size(), "the backward reader yields as many lines as tailLines");
+        for (qsizetype i = 0; i < seen.size(); ++i)
+            require(seen.at(i) == tail->lines.at(tail->lines.size() - 1 - i), "the backward reader yields tailLines' lines newest first");
+        if (reader.complete())
+            break;
+    }
+}
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -58,6 +83,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         checkTail(path, fileSize, byteCount);
     for (const qint64 byteCount : Journal::tailSizes)
         checkTail(path, fileSize, byteCount);
+    for (const qint64 byteCount : { qint64(0), qint64(1), qint64(7), qint64(64), qint64(4096) })
+        checkBackwardReader(path, 5, { byteCount });
+    checkBackwardReader(path, 3, { 1, 7, 64, 4096, Journal::tailSizes[0] });
 
     const Journal::Reading claude = Journal::claude(path);
     require(!claude.window, "a Claude reading has no window");

@@ -1,5 +1,6 @@
 #include "windowmanager.h"
 
+#include "petcontroller.h"
 #include "preferences.h"
 #include "qmlregistration.h"
 #include "theme.h"
@@ -49,6 +50,7 @@ void WindowManager::finishWelcome()
         // The button that called us lives in this window: let the current event finish before it goes.
         m_welcome.release()->deleteLater();
     }
+    PetController::shared()->showPet();
 }
 
 std::unique_ptr<QQuickView> WindowManager::build(const QString &view, const QString &title, QSize size, const QColor &background)

@@ -1,6 +1,12 @@
+#include "fleetaccess.h"
 #include "fonts.h"
 #include "preferences.h"
+#include "qmlregistration.h"
+#include "sessionwatcher.h"
 #include "windowmanager.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
 
 #include <QQuickItem>
 #include <QQuickView>
@@ -22,6 +28,8 @@ private Q_SLOTS:
     void showingAgainReusesTheWindow();
     void movedWindowIsCentredAgain();
     void finishingTheWelcomeForgetsItsWindow();
+    void singletonsReachQml_data();
+    void singletonsReachQml();
 };
 
 void WindowManagerTest::initTestCase()
@@ -139,6 +147,38 @@ void WindowManagerTest::finishingTheWelcomeForgetsItsWindow()
     QVERIFY(second);
     QCOMPARE(second->status(), QQuickView::Ready);
     second->close();
+}
+
+void WindowManagerTest::singletonsReachQml_data()
+{
+    QTest::addColumn<QString>("expression");
+    QTest::addColumn<QVariant>("expected");
+
+    Preferences::shared()->setBedtime(200'000);
+    SessionWatcher::shared()->setPinnedIDText(u"/logs/a.jsonl"_s);
+    QTest::addRow("Preferences, 64-bit count as a number") << u"Preferences.bedtime"_s << QVariant(200'000.0);
+    QTest::addRow("Preferences enums") << u"Preferences.size === Preferences.Size.medium"_s << QVariant(true);
+    QTest::addRow("FleetAccess grants") << u"FleetAccess.grantedIds.length"_s << QVariant(double(FleetAccess::shared()->grantedIds().size()));
+    QTest::addRow("FleetAccess direct") << u"FleetAccess.direct"_s << QVariant(FleetAccess::direct());
+    QTest::addRow("SessionWatcher pin") << u"SessionWatcher.pinnedID"_s << QVariant(u"/logs/a.jsonl"_s);
+    QTest::addRow("Catalog outfit label") << u"Catalog.outfitLabel(Preferences.Outfit.demonslayer)"_s << QVariant(u"Slayer corps"_s);
+    QTest::addRow("Catalog rejects an unknown outfit") << u"Catalog.outfitRawValue(99)"_s << QVariant(QString());
+    QTest::addRow("Catalog bedtime value text") << u"Catalog.bedtimes[2].value"_s << QVariant(u"400K"_s);
+    QTest::addRow("FolderGrants folders in order") << u"FolderGrants.folders.map(f => f.id).join()"_s << QVariant(u"claude,codex"_s);
+    QTest::addRow("WindowManager") << u"typeof WindowManager.showSettings"_s << QVariant(u"function"_s);
+}
+
+void WindowManagerTest::singletonsReachQml()
+{
+    QFETCH(QString, expression);
+    QFETCH(QVariant, expected);
+    QQmlEngine engine;
+    Yuzuha::prepareEngine(engine);
+    QQmlComponent component(&engine);
+    component.setData(u"import QtQml\nimport Yuzuha\nQtObject { property var value: "_s.toUtf8() + expression.toUtf8() + "}", QUrl());
+    std::unique_ptr<QObject> object(component.create());
+    QVERIFY2(object, qPrintable(component.errorString()));
+    QCOMPARE(object->property("value"), expected);
 }
 
 QTEST_MAIN(WindowManagerTest)

@@ -40,9 +40,9 @@ void TailReader::setTail(qint64 byteCount)
     // nothing is known to be examined.
     const qint64 end = !m_passDone ? m_length : m_regionStart == 0 ? 0 : m_unexaminedEnd;
     m_regionStart = m_length - std::clamp<qint64>(byteCount, 0, m_length);
-    m_regionEnd = std::max(end, m_regionStart);
-    m_unexaminedEnd = m_regionEnd;
-    m_dataFileStart = m_regionEnd;
+    const qint64 regionEnd = std::max(end, m_regionStart);
+    m_unexaminedEnd = regionEnd;
+    m_dataFileStart = regionEnd;
     m_dataBegin = m_capacity;
     m_cursor = m_capacity;
     m_passDone = !m_intact;
@@ -60,7 +60,8 @@ std::optional<QByteArrayView> TailReader::next()
                 continue;
             }
             // A line with a newline before it is not the region's first piece, but it is still the
-            // one to drop when only newlines lie between it and the region's start.
+            // one to drop when only newlines lie between it and the region's start. When the
+            // buffer holds nothing but newlines before it, read further back before deciding.
             bool olderText = m_regionStart == 0;
             for (qint64 at = newline - 1; !olderText && at >= m_dataBegin; --at)
                 olderText = buffer[at] != '\n';

@@ -63,7 +63,6 @@ private:
     qint64 m_dataFileStart = 0;
 
     qint64 m_regionStart = 0;
-    qint64 m_regionEnd = 0;
     bool m_passDone = false;
     /// Where the next pass may end: the end of the line this pass dropped, or its region's end.
     qint64 m_unexaminedEnd = 0;

@@ -299,45 +299,41 @@ QSGNode *PetStageView::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
     }
     QQuickWindow *w = window();
     const qreal dpr = scale();
+    QRectF rect = spriteRect();
+    rect.setTop(rect.top() - m_shownBreath / dpr - m_shownHop / dpr);
+    rect.setBottom(rect.bottom() - m_shownHop / dpr);
     if (m_imageDirty && w) {
         m_imageDirty = false;
-        if (root->previous) {
-            delete root->previous;
-            root->previous = nullptr;
-        }
-        if (m_fadeOut && root->current) {
-            // The shown bitmap stays beneath and fades out while the new one fades in.
+        delete root->previous;
+        root->previous = nullptr;
+        // A new node per bitmap, complete before it joins the tree: the software renderer reads it on insertion.
+        QSGImageNode *node = w->createImageNode();
+        node->setOwnsTexture(true);
+        node->setTexture(w->createTextureFromImage(m_image));
+        node->setFiltering(QSGTexture::Linear);
+        node->setRect(rect);
+        node->setSourceRect(QRectF(QPointF(0, 0), node->texture()->textureSize()));
+        if (root->current) {
             root->currentOpacity->removeChildNode(root->current);
-            root->previous = root->current;
-            root->previousOpacity->appendChildNode(root->previous);
-            root->current = nullptr;
+            if (m_fadeOut) {
+                // The shown bitmap stays beneath and fades out while the new one fades in.
+                root->previous = root->current;
+                root->previousOpacity->appendChildNode(root->previous);
+            } else {
+                delete root->current;
+            }
         }
-        QSGTexture *texture = w->createTextureFromImage(m_image);
-        if (!root->current) {
-            root->current = w->createImageNode();
-            root->current->setOwnsTexture(true);
-            root->currentOpacity->appendChildNode(root->current);
-        }
-        root->current->setTexture(texture);
-        root->current->setFiltering(QSGTexture::Linear);
+        root->current = node;
+        root->currentOpacity->appendChildNode(node);
     }
     if (!m_fadeOut && root->previous) {
         delete root->previous;
         root->previous = nullptr;
     }
-
-    QRectF rect = spriteRect();
-    const qreal stretch = m_shownBreath / dpr;
-    rect.setTop(rect.top() - stretch - m_shownHop / dpr);
-    rect.setBottom(rect.bottom() - m_shownHop / dpr);
-    if (root->current) {
+    if (root->current && root->current->rect() != rect)
         root->current->setRect(rect);
-        root->current->setSourceRect(QRectF(QPointF(0, 0), root->current->texture()->textureSize()));
-    }
-    if (root->previous) {
+    if (root->previous && root->previous->rect() != rect)
         root->previous->setRect(rect);
-        root->previous->setSourceRect(QRectF(QPointF(0, 0), root->previous->texture()->textureSize()));
-    }
     const qreal progress = m_fadeOut.value_or(1);
     root->currentOpacity->setOpacity(progress);
     root->previousOpacity->setOpacity(1 - progress);

@@ -1,0 +1,87 @@
+#include "appdelegate.h"
+
+#include "appinfo.h"
+#include "fleetaccess.h"
+#include "fonts.h"
+#include "petcontroller.h"
+#include "sessionwatcher.h"
+
+#include <QApplication>
+#include <QLocalSocket>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr int connectTimeoutMs = 500;
+const QByteArray reopenMessage = QByteArrayLiteral("reopen\n");
+} // namespace
+
+void AppDelegate::preparePlatform()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qgetenv("XDG_SESSION_TYPE") == "wayland")
+        qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
+QString AppDelegate::socketName()
+{
+    return AppInfo::id.toString() + u'-' + QString::number(::getuid());
+}
+
+AppDelegate::AppDelegate(QObject *parent)
+    : QObject(parent)
+{
+    // Settings land in ~/.config/Yuzuha/Yuzuha.conf.
+    QCoreApplication::setOrganizationName(AppInfo::name.toString());
+    QCoreApplication::setApplicationName(AppInfo::name.toString());
+    QCoreApplication::setApplicationVersion(AppInfo::version.toString());
+    QGuiApplication::setDesktopFileName(u"yuzuha"_s);
+    // She lives in a tool window and the tray; closing a window never ends the program.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+
+    connect(&m_server, &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket *socket = m_server.nextPendingConnection()) {
+            connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+            connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
+                if (socket->readAll().contains(reopenMessage.trimmed()))
+                    reopen();
+            });
+        }
+    });
+}
+
+bool AppDelegate::claimInstance()
+{
+    const QString name = socketName();
+    QLocalSocket probe;
+    probe.connectToServer(name);
+    if (probe.waitForConnected(connectTimeoutMs)) {
+        probe.write(reopenMessage);
+        probe.waitForBytesWritten(connectTimeoutMs);
+        probe.disconnectFromServer();
+        return false;
+    }
+    // Nobody answered: whatever socket file is left belongs to a process that is gone.
+    QLocalServer::removeServer(name);
+    m_server.setSocketOptions(QLocalServer::UserAccessOption);
+    if (!m_server.listen(name))
+        qWarning("Yuzuha: cannot listen for re-open requests: %s", qPrintable(m_server.errorString()));
+    return true;
+}
+
+void AppDelegate::launch()
+{
+    Fonts::registerAll();
+    FleetAccess::shared();
+    SessionWatcher::shared()->start();
+    // The tray item is created here.
+    PetController::shared()->showOnLaunch();
+    // The welcome window opens here on the first run.
+}
+
+void AppDelegate::reopen()
+{
+    PetController::shared()->showPet();
+}

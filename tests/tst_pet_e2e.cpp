@@ -1,0 +1,208 @@
+// She on a real X server: started by pet_e2e.sh under its own Xvfb with a scratch home that holds
+// one Claude Code session at 46 %. Placement, pass-through and dragging are checked from outside
+// with xdotool and xwininfo; what she shows is read from the program's own state.
+#include "fleetaccess.h"
+#include "fonts.h"
+#include "petcontroller.h"
+#include "petmodel.h"
+#include "petpanel.h"
+#include "petstageview.h"
+#include "sessionwatcher.h"
+
+#include <QApplication>
+#include <QBackingStore>
+#include <QDir>
+#include <QFile>
+#include <QPainter>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QTest>
+#include <QWindow>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+QString run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(10'000);
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+// The X window under the pointer after moving it to a screen position.
+quint64 windowUnder(QPoint global)
+{
+    run(u"xdotool"_s, { u"mousemove"_s, QString::number(global.x()), QString::number(global.y()) });
+    QTest::qWait(100);
+    const QString out = run(u"xdotool"_s, { u"getmouselocation"_s, u"--shell"_s });
+    const QRegularExpressionMatch m = QRegularExpression(u"WINDOW=(\\d+)"_s).match(out);
+    return m.hasMatch() ? m.captured(1).toULongLong() : 0;
+}
+
+// A plain window filling the screen, so a click that falls through her has somewhere to land.
+class Beneath : public QWindow
+{
+public:
+    Beneath()
+        : m_store(this)
+    {
+        setTitle(u"beneath"_s);
+    }
+
+protected:
+    void exposeEvent(QExposeEvent *) override
+    {
+        if (!isExposed())
+            return;
+        m_store.resize(size());
+        m_store.beginPaint(QRect(QPoint(), size()));
+        QPainter(m_store.paintDevice()).fillRect(QRect(QPoint(), size()), QColor(70, 110, 150));
+        m_store.endPaint();
+        m_store.flush(QRect(QPoint(), size()));
+    }
+
+private:
+    QBackingStore m_store;
+};
+
+QString logPath()
+{
+    return QDir::homePath() + u"/.claude/projects/-work-billing-api/session.jsonl"_s;
+}
+
+QByteArray usageLine(qint64 cacheRead)
+{
+    return QByteArrayLiteral(R"({"type":"assistant","cwd":"/work/billing-api","message":{"model":"claude-sonnet-4-5","usage":{"input_tokens":2000,)")
+        + R"("cache_creation_input_tokens":10000,"cache_read_input_tokens":)" + QByteArray::number(cacheRead) + "}}}\n";
+}
+} // namespace
+
+class TestPetOnX11 : public QObject
+{
+    Q_OBJECT
+
+    Beneath m_beneath;
+    PetController *m_pet = nullptr;
+
+    // A point of her sprite, in screen coordinates, inside a 3 × 3 block whose alpha is all above (or all
+    // at most) the threshold, so rounding between screen and window coordinates cannot change the answer.
+    std::optional<QPoint> spritePoint(bool opaque) const
+    {
+        const PetStageView *stage = m_pet->stage();
+        const QRect sprite = stage->spriteRect().toAlignedRect();
+        const auto uniform = [stage, opaque](int x, int y) {
+            for (int dy = -1; dy <= 1; ++dy)
+                for (int dx = -1; dx <= 1; ++dx)
+                    if (stage->isOnHer(QPointF(x + dx + 0.5, y + dy + 0.5)) != opaque)
+                        return false;
+            return true;
+        };
+        for (int y = sprite.top() + sprite.height() / 3; y < sprite.bottom() - 1; y += 7)
+            for (int x = sprite.left() + 2; x < sprite.right() - 1; ++x)
+                if (uniform(x, y))
+                    return m_pet->panel()->position() + QPoint(x, y);
+        return std::nullopt;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (QGuiApplication::platformName() != u"xcb")
+            QSKIP("needs an X server; run through pet_e2e.sh");
+        QVERIFY(QFile::exists(logPath()));
+        m_beneath.setGeometry(QGuiApplication::primaryScreen()->geometry());
+        m_beneath.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&m_beneath));
+
+        // The program's own start-up order.
+        Fonts::registerAll();
+        FleetAccess::shared();
+        // The shared gate reads the account's home from the user database; point the sweep at the scratch home instead.
+        new FleetAccess(QDir::homePath(), &Preferences::shared()->defaults(), this);
+        SessionWatcher::shared()->start();
+        m_pet = PetController::shared();
+        m_pet->showOnLaunch();
+        QVERIFY(QTest::qWaitForWindowExposed(m_pet->panel()));
+    }
+
+    void showsTheSessionAt46()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(m_pet->model()->tagLabel(), u"46%"_s, 10'000);
+        QCOMPARE(m_pet->model()->mood(), PetModel::Mood::working);
+        QCOMPARE(m_pet->stage()->tier(), 3);
+    }
+
+    void standsInTheCorner()
+    {
+        const QString id = run(u"xdotool"_s, { u"search"_s, u"--name"_s, u"^Yuzuha$"_s }).trimmed();
+        QCOMPARE(id.toULongLong(), quint64(m_pet->panel()->winId()));
+        const QString info = run(u"xwininfo"_s, { u"-id"_s, id });
+        const auto field = [&info](const QString &name) {
+            const QRegularExpressionMatch m = QRegularExpression(name + u":\\s+(-?\\d+)"_s).match(info);
+            return m.hasMatch() ? m.captured(1).toInt() : -1;
+        };
+        const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+        QCOMPARE(field(u"Width"_s), 270);
+        QCOMPARE(field(u"Height"_s), 372);
+        QCOMPARE(field(u"Absolute upper-left X"_s), available.right() + 1 - 12 - 270);
+        QCOMPARE(field(u"Absolute upper-left Y"_s), available.bottom() + 1 - 8 - 372);
+    }
+
+    void pointerFallsThroughTransparentPixels()
+    {
+        const auto clear = spritePoint(false);
+        const auto solid = spritePoint(true);
+        QVERIFY(clear && solid);
+        QCOMPARE(windowUnder(*clear), quint64(m_beneath.winId()));
+        // Beside her in the empty middle of the panel.
+        QCOMPARE(windowUnder(m_pet->panel()->position() + QPoint(8, 200)), quint64(m_beneath.winId()));
+        QCOMPARE(windowUnder(*solid), quint64(m_pet->panel()->winId()));
+        QTRY_VERIFY(m_pet->model()->hovering());
+        // Off her sideways: the bubble goes and the band stops catching the pointer.
+        QCOMPARE(windowUnder(m_pet->panel()->position() + QPoint(8, 200)), quint64(m_beneath.winId()));
+        QTRY_VERIFY(!m_pet->model()->hovering());
+    }
+
+    void dragMovesAndRemembers()
+    {
+        const auto solid = spritePoint(true);
+        QVERIFY(solid);
+        const QPoint before = m_pet->panel()->position();
+        const QPoint d(-200, -120);
+        run(u"xdotool"_s, { u"mousemove"_s, QString::number(solid->x()), QString::number(solid->y()) });
+        QTest::qWait(100);
+        run(u"xdotool"_s, { u"mousedown"_s, u"1"_s });
+        QTest::qWait(100);
+        for (int step = 1; step <= 4; ++step) {
+            const QPoint at = *solid + d * step / 4;
+            run(u"xdotool"_s, { u"mousemove"_s, QString::number(at.x()), QString::number(at.y()) });
+            QTest::qWait(50);
+        }
+        run(u"xdotool"_s, { u"mouseup"_s, u"1"_s });
+        QTRY_COMPARE(m_pet->panel()->position(), before + d);
+        const QRect primary = QGuiApplication::primaryScreen()->geometry();
+        const QString expected = PetController::formatOrigin(m_pet->panel()->geometry(), primary.y() + primary.height());
+        QTRY_COMPARE(Preferences::shared()->defaults().value(u"petOrigin"_s).toString(), expected);
+    }
+
+    void newUsageChangesHerTier()
+    {
+        QFile log(logPath());
+        QVERIFY(log.open(QIODevice::Append));
+        log.write(usageLine(112'000)); // 124,000 of 200,000: 62 %
+        log.close();
+        QTRY_COMPARE_WITH_TIMEOUT(m_pet->stage()->tier(), 4, 5'000);
+        QCOMPARE(m_pet->model()->tagLabel(), u"62%"_s);
+        const QString shots = qEnvironmentVariable("YUZUHA_E2E_SHOTS");
+        if (!shots.isEmpty()) {
+            QTest::qWait(800);
+            m_pet->panel()->grabWindow().save(shots + u"/tier4.png"_s);
+        }
+    }
+};
+
+QTEST_MAIN(TestPetOnX11)
+#include "tst_pet_e2e.moc"

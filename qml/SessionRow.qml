@@ -1,7 +1,6 @@
 pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
-import QtQuick.Layouts
 import Yuzuha
 
 // One session of today's books; the whole row is the button that follows or unfollows it.
@@ -33,108 +32,101 @@ Item {
         opacity: tap.pressed ? 0.7 : 1
     }
 
-    RowLayout {
-        anchors.fill: parent
-        anchors.leftMargin: 10
-        anchors.rightMargin: 10
-        anchors.topMargin: 8
-        anchors.bottomMargin: 8
-        spacing: 10
+    // Padded 10 at the sides; the meter keeps its size and the texts take what is left, at least 6
+    // away from it beyond the 10 between children.
+    Column {
+        id: texts
+        x: 10
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.max(0, row.width - 20 - meter.width - 26)
+        spacing: 4
 
-        ColumnLayout {
-            Layout.fillWidth: true
-            Layout.alignment: Qt.AlignVCenter
-            spacing: 4
+        Row {
+            spacing: 6
 
-            RowLayout {
-                Layout.fillWidth: true
-                spacing: 6
-
-                Rectangle {
-                    objectName: "providerBadge"
-                    implicitWidth: badgeText.implicitWidth + 10
-                    implicitHeight: badgeText.implicitHeight + 2
-                    radius: 4
-                    color: row.provider === "CODEX" ? Theme.partition : Theme.manila
-
-                    Text {
-                        id: badgeText
-                        x: 5
-                        y: 1
-                        text: row.provider
-                        font: Theme.displayFont(10)
-                        color: Theme.ink
-                    }
-                }
+            Rectangle {
+                id: badge
+                objectName: "providerBadge"
+                anchors.verticalCenter: parent.verticalCenter
+                width: badgeText.implicitWidth + 10
+                height: badgeText.implicitHeight + 2
+                radius: 4
+                color: row.provider === "CODEX" ? Theme.partition : Theme.manila
 
                 Text {
-                    objectName: "project"
-                    Layout.fillWidth: true
-                    Layout.maximumWidth: implicitWidth
-                    text: row.project
-                    elide: Text.ElideMiddle
-                    maximumLineCount: 1
-                    font: Theme.heavyFont(13)
+                    id: badgeText
+                    x: 5
+                    y: 1
+                    text: row.provider
+                    font: Theme.displayFont(10)
                     color: Theme.ink
                 }
-
-                // A push pin: the user chose this session herself.
-                Item {
-                    objectName: "pinMark"
-                    visible: row.pinned
-                    implicitWidth: 9
-                    implicitHeight: 11
-
-                    Rectangle {
-                        x: 4
-                        y: 5
-                        width: 1.5
-                        height: 6
-                        color: Theme.coralDeep
-                    }
-                    Rectangle {
-                        x: 1
-                        y: 4
-                        width: 7.5
-                        height: 1.5
-                        color: Theme.coralDeep
-                    }
-                    Rectangle {
-                        x: 2
-                        y: 0
-                        width: 5.5
-                        height: 5
-                        radius: 1.5
-                        color: Theme.coralDeep
-                    }
-                }
-
-                Item {
-                    Layout.fillWidth: true
-                }
             }
 
+            // Its natural width while there is room, squeezed in the middle when there is not.
             Text {
-                objectName: "caption"
-                Layout.fillWidth: true
-                text: row.caption
-                elide: Text.ElideRight
+                objectName: "project"
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(implicitWidth, texts.width - badge.width - 6 - (row.pinned ? pin.width + 6 : 0))
+                text: row.project
+                elide: Text.ElideMiddle
                 maximumLineCount: 1
-                font: Theme.bodyFont(11)
-                color: Theme.inkSoft
+                font: Theme.heavyFont(13)
+                color: Theme.ink
+            }
+
+            // A push pin: the user chose this session herself.
+            Item {
+                id: pin
+                objectName: "pinMark"
+                anchors.verticalCenter: parent.verticalCenter
+                visible: row.pinned
+                width: 9
+                height: 11
+
+                Rectangle {
+                    x: 4
+                    y: 5
+                    width: 1.5
+                    height: 6
+                    color: Theme.coralDeep
+                }
+                Rectangle {
+                    x: 1
+                    y: 4
+                    width: 7.5
+                    height: 1.5
+                    color: Theme.coralDeep
+                }
+                Rectangle {
+                    x: 2
+                    y: 0
+                    width: 5.5
+                    height: 5
+                    radius: 1.5
+                    color: Theme.coralDeep
+                }
             }
         }
 
-        Item {
-            Layout.minimumWidth: 6
-            Layout.preferredWidth: 6
+        Text {
+            objectName: "caption"
+            width: texts.width
+            text: row.caption
+            elide: Text.ElideRight
+            maximumLineCount: 1
+            font: Theme.bodyFont(11)
+            color: Theme.inkSoft
         }
+    }
 
-        Meter {
-            Layout.alignment: Qt.AlignVCenter
-            percent: row.percent
-            tier: row.tier
-        }
+    Meter {
+        id: meter
+        anchors.right: parent.right
+        anchors.rightMargin: 10
+        anchors.verticalCenter: parent.verticalCenter
+        percent: row.percent
+        tier: row.tier
     }
 
     HoverHandler {
@@ -147,7 +139,9 @@ Item {
         onTapped: row.toggled(row.sessionId)
     }
 
-    ToolTip.visible: hover.hovered
-    ToolTip.delay: 600
-    ToolTip.text: row.toolTipText
+    ToolTip {
+        text: row.toolTipText
+        visible: hover.hovered
+        delay: 600
+    }
 }

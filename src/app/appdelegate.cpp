@@ -5,6 +5,7 @@
 #include "fonts.h"
 #include "petcontroller.h"
 #include "sessionwatcher.h"
+#include "statusitemcontroller.h"
 
 #include <QApplication>
 #include <QLocalSocket>
@@ -76,7 +77,7 @@ void AppDelegate::launch()
     Fonts::registerAll();
     FleetAccess::shared();
     SessionWatcher::shared()->start();
-    // The tray item is created here.
+    new StatusItemController(SessionWatcher::shared(), this);
     PetController::shared()->showOnLaunch();
     // The welcome window opens here on the first run.
 }

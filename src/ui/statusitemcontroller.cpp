@@ -1,0 +1,291 @@
+#include "statusitemcontroller.h"
+
+#include "fleetaccess.h"
+#include "formatting.h"
+#include "petcontroller.h"
+#include "petpanel.h"
+#include "sessionwatcher.h"
+#include "sprites.h"
+#include "theme.h"
+#include "windowmanager.h"
+
+#include <QAction>
+#include <QCoreApplication>
+#include <QCursor>
+#include <QFontMetrics>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QPainter>
+#include <QPainterPath>
+#include <QSystemTrayIcon>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+QPointer<StatusItemController> s_shared;
+
+constexpr const char *commandProperty = "command";
+
+// Sizes trays commonly ask for; each gets its own drawing so the badge stays sharp.
+constexpr std::array<int, 7> iconSizes { 16, 22, 24, 32, 36, 48, 64 };
+// Smaller type than this is no longer a number one can read.
+constexpr int minimumBadgeType = 7;
+
+// Menu texts treat "&" as a mnemonic marker and a tab as the start of the shortcut column.
+QString menuSafe(QString text)
+{
+    return text.replace(u'&', u"&&"_s).replace(u'\t', u' ');
+}
+
+QAction *addItem(QMenu *menu, const QString &text, StatusItemController::Command command)
+{
+    QAction *action = menu->addAction(text);
+    action->setProperty(commandProperty, QVariant::fromValue(command));
+    return action;
+}
+} // namespace
+
+StatusItemController::StatusItemController(SessionWatcher *watcher, QObject *parent)
+    : QObject(parent)
+    , m_watcher(watcher)
+    , m_menu(std::make_unique<QMenu>())
+    , m_tray(std::make_unique<QSystemTrayIcon>())
+    , m_baseIcon(Sprites::shared().menuBarImage())
+{
+    connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
+    connect(m_menu.get(), &QMenu::triggered, this, &StatusItemController::perform);
+    m_menu->installEventFilter(this);
+    m_tray->setContextMenu(m_menu.get());
+    // A status item opens its menu on any click; trays only do so on the secondary button by themselves.
+    connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger && !m_menu->isVisible())
+            m_menu->popup(QCursor::pos());
+    });
+    s_shared = this;
+    refresh();
+    if (QSystemTrayIcon::isSystemTrayAvailable())
+        m_tray->show();
+}
+
+StatusItemController::~StatusItemController() = default;
+
+StatusItemController *StatusItemController::shared()
+{
+    return s_shared.data();
+}
+
+void StatusItemController::refresh()
+{
+    const std::optional<Session> focused = m_watcher ? m_watcher->focused() : std::nullopt;
+    // Trays on Linux and Windows show no text beside the icon, so the title's percentage rides on the
+    // icon's badge and in the tooltip. A macOS build would put titleText(focused) beside the icon in
+    // DotGothic16 at 13 points, as its status items can.
+    m_tray->setToolTip(toolTipText(focused));
+    updateIcon(focused ? std::optional<int>(focused->percent()) : std::nullopt);
+}
+
+void StatusItemController::updateIcon(std::optional<int> percent)
+{
+    if (m_iconDrawn && percent == m_iconPercent)
+        return;
+    QIcon icon;
+    for (int size : iconSizes)
+        icon.addPixmap(QPixmap::fromImage(badgedIcon(m_baseIcon, percent, size)));
+    m_tray->setIcon(icon);
+    m_iconDrawn = true;
+    m_iconPercent = percent;
+}
+
+StatusItemController::State StatusItemController::currentState() const
+{
+    State state;
+    if (m_watcher) {
+        state.focused = m_watcher->focused();
+        state.sessions = m_watcher->sessions();
+        state.pinnedID = m_watcher->pinnedID();
+    }
+    state.granted = !FleetAccess::shared()->grantedIds().isEmpty();
+    const PetPanel *panel = PetController::shared()->panel();
+    state.petVisible = panel && panel->isVisible();
+    return state;
+}
+
+QString StatusItemController::titleText(const std::optional<Session> &focused)
+{
+    return focused ? u" "_s + QString::number(focused->percent()) + u'%' : QString();
+}
+
+QString StatusItemController::toolTipText(const std::optional<Session> &focused)
+{
+    if (!focused)
+        return u"Yuzuha"_s;
+    return u"Yuzuha: "_s + focused->project + u", "_s + QString::number(focused->percent()) + u"% of the context window"_s;
+}
+
+QString StatusItemController::headerText(const std::optional<Session> &focused)
+{
+    const Tiers::Tier &tier = Tiers::all.at(focused ? focused->tier() : 0);
+    return tier.romaji.toString() + u"  "_s + tier.english.toString();
+}
+
+QString StatusItemController::sessionText(const Session &session)
+{
+    const QString tokens = session.tokens ? shortTokens(*session.tokens) : u"fresh"_s;
+    return session.project + u"  "_s + QString::number(session.percent()) + u"%  ("_s + tokens + u')';
+}
+
+void StatusItemController::populate(QMenu *menu, const State &state)
+{
+    menu->clear();
+
+    addItem(menu, menuSafe(headerText(state.focused)), Command::none)->setEnabled(false);
+    menu->addSeparator();
+
+    if (!state.granted) {
+        addItem(menu, u"Let Yuzuha See Your Sessions\u2026"_s, Command::openWelcome);
+    } else if (state.sessions.isEmpty()) {
+        addItem(menu, u"No sessions today"_s, Command::none)->setEnabled(false);
+    } else {
+        QAction *fullest = addItem(menu, u"Follow the Fullest"_s, Command::followFullest);
+        fullest->setCheckable(true);
+        fullest->setChecked(!state.pinnedID);
+        for (const Session &session : state.sessions.first(std::min<qsizetype>(state.sessions.size(), menuSessionLimit))) {
+            // Menus here have no indentation levels; leading em spaces set the sessions under "Follow the Fullest".
+            QAction *item = addItem(menu, u"\u2003\u2003"_s + menuSafe(sessionText(session)), Command::follow);
+            item->setData(session.id);
+            item->setCheckable(true);
+            item->setChecked(state.pinnedID == session.id);
+        }
+    }
+    menu->addSeparator();
+
+    addItem(menu, state.petVisible ? u"Hide Yuzuha"_s : u"Show Yuzuha"_s, Command::toggleVisible);
+    QAction *settings = addItem(menu, u"Settings\u2026"_s, Command::openSettings);
+    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    settings->setShortcutVisibleInContextMenu(true);
+    menu->addSeparator();
+    QAction *quit = addItem(menu, u"Quit Yuzuha"_s, Command::quit);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setShortcutVisibleInContextMenu(true);
+}
+
+StatusItemController::Command StatusItemController::commandOf(const QAction *action)
+{
+    const QVariant command = action ? action->property(commandProperty) : QVariant();
+    return command.canConvert<Command>() ? command.value<Command>() : Command::none;
+}
+
+bool StatusItemController::eventFilter(QObject *watched, QEvent *event)
+{
+    // The program has no main window, so an item's key works only while the menu is open; an open
+    // menu takes keys for navigation and mnemonics only, so the two keyed items are matched here.
+    if (watched == m_menu.get() && event->type() == QEvent::KeyPress) {
+        const QKeySequence pressed(static_cast<QKeyEvent *>(event)->keyCombination());
+        for (QAction *action : m_menu->actions()) {
+            if (!action->shortcut().isEmpty() && action->shortcut() == pressed && action->isEnabled()) {
+                m_menu->hide();
+                action->trigger();
+                return true;
+            }
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void StatusItemController::rebuildMenu()
+{
+    populate(m_menu.get(), currentState());
+}
+
+void StatusItemController::perform(const QAction *action)
+{
+    switch (commandOf(action)) {
+    case Command::none:
+        return;
+    case Command::followFullest:
+        if (m_watcher)
+            m_watcher->setPinnedID(std::nullopt);
+        return;
+    case Command::follow: {
+        const QVariant data = action->data();
+        if (!m_watcher || data.typeId() != QMetaType::QString)
+            return;
+        // Choosing the followed session again stops following it.
+        const QString id = data.toString();
+        m_watcher->setPinnedID(m_watcher->pinnedID() == id ? std::nullopt : std::optional<QString>(id));
+        return;
+    }
+    case Command::toggleVisible:
+        if (const PetPanel *panel = PetController::shared()->panel(); panel && panel->isVisible())
+            PetController::shared()->hideFromMenu();
+        else
+            PetController::shared()->showPet();
+        return;
+    case Command::openSettings:
+        WindowManager::shared()->showSettings();
+        return;
+    case Command::openWelcome:
+        WindowManager::shared()->showWelcome();
+        return;
+    case Command::quit:
+        QCoreApplication::quit();
+        return;
+    }
+}
+
+QImage StatusItemController::badgedIcon(const QImage &icon, std::optional<int> percent, int size)
+{
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    if (!icon.isNull()) {
+        // Pixel art stays crisp at whole multiples; other sizes are smoothed rather than left ragged.
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, size % icon.width() != 0 && icon.width() % size != 0);
+        painter.drawImage(QRect(0, 0, size, size), icon);
+    }
+    if (!percent)
+        return image;
+
+    const int padX = std::max(2, size / 16);
+    const int padY = std::max(2, size / 14);
+    QFont font;
+    font.setBold(true);
+    // The largest type at which the text still fits across the icon.
+    const auto fit = [&font, size, padX](const QString &text) -> std::optional<int> {
+        for (int pixelSize = std::max(minimumBadgeType, size * 4 / 9); pixelSize >= minimumBadgeType; --pixelSize) {
+            font.setPixelSize(pixelSize);
+            if (QFontMetrics(font).horizontalAdvance(text) <= size - 2 * padX)
+                return pixelSize;
+        }
+        return std::nullopt;
+    };
+    // Tray-sized icons (below 32 pixels) drop the "%" rather than shrink the number out of reach;
+    // the tooltip still says it in full.
+    QString text = QString::number(*percent);
+    if (size >= 32)
+        text += u'%';
+    std::optional<int> pixelSize = fit(text);
+    if (!pixelSize) {
+        text = QString::number(*percent);
+        pixelSize = fit(text);
+    }
+    font.setPixelSize(pixelSize.value_or(minimumBadgeType));
+    const QFontMetrics metrics(font);
+    const int textWidth = metrics.horizontalAdvance(text);
+    const int textHeight = metrics.capHeight();
+    const qreal width = std::min<qreal>(size, textWidth + 2 * padX);
+    const qreal height = textHeight + 2 * padY;
+    const QRectF badge((size - width) / 2.0, size - height, width, height);
+
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath shape;
+    shape.addRoundedRect(badge, badge.height() / 3, badge.height() / 3);
+    // From tier 5 on the badge turns deep coral, as the popover's meter does.
+    painter.fillPath(shape, Tiers::tier(*percent, 100) >= 5 ? Theme::coralDeep() : Theme::ink());
+    painter.setPen(Theme::paper());
+    painter.setFont(font);
+    const qreal baseline = badge.center().y() + textHeight / 2.0;
+    painter.drawText(QPointF(badge.center().x() - textWidth / 2.0, baseline), text);
+    return image;
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "session.h"
+
+#include <QImage>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+class QAction;
+class QMenu;
+class QSystemTrayIcon;
+class SessionWatcher;
+
+/// The tray item: her icon with the followed session's percentage on a badge, a tooltip naming that
+/// session, and a menu rebuilt from current state each time it opens.
+class StatusItemController : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Everything the menu shows, read at one moment.
+    struct State {
+        std::optional<Session> focused;
+        QList<Session> sessions;
+        std::optional<QString> pinnedID;
+        bool granted = true; ///< at least one agent folder may be read
+        bool petVisible = true; ///< her panel is on screen now
+    };
+
+    /// What a menu item does when chosen; kept on the item as its `command` property.
+    enum class Command { none, followFullest, follow, toggleVisible, openSettings, openWelcome, quit };
+    Q_ENUM(Command)
+
+    /// Session items shown at most; the rest are reached through the popover.
+    static constexpr int menuSessionLimit = 8;
+
+    /// Over `watcher` (the shared one in the program). Puts the item in the tray and becomes `shared()`.
+    explicit StatusItemController(SessionWatcher *watcher, QObject *parent = nullptr);
+    ~StatusItemController() override;
+
+    /// The most recently made controller, or null.
+    static StatusItemController *shared();
+
+    /// Redraws the badge (only when the percentage changed) and the tooltip from the focused session.
+    void refresh();
+
+    QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
+    QMenu *menu() const { return m_menu.get(); }
+    /// The menu's state as the watcher, the gate and the pet have it now.
+    State currentState() const;
+
+    /// " 42%" for a focused session, empty without one: the text a tray with titles shows after the icon.
+    static QString titleText(const std::optional<Session> &focused);
+    static QString toolTipText(const std::optional<Session> &focused);
+    /// The focused tier's two phrases ("Makasete!  Leave it to me!" without a session).
+    static QString headerText(const std::optional<Session> &focused);
+    /// "api-server  42%  (84K)", or "(fresh)" before the first reply.
+    static QString sessionText(const Session &session);
+    /// Fills `menu` (emptied first) with the items for `state`; each item carries its Command and, to
+    /// follow a session, the session's id as its data.
+    static void populate(QMenu *menu, const State &state);
+    static Command commandOf(const QAction *action);
+    /// `icon` with the percentage on a badge along its bottom edge, at `size` × `size` pixels; the plain
+    /// icon without a percentage.
+    static QImage badgedIcon(const QImage &icon, std::optional<int> percent, int size);
+
+    /// Carries out the command of a chosen menu item.
+    void perform(const QAction *action);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void rebuildMenu();
+    void updateIcon(std::optional<int> percent);
+
+    QPointer<SessionWatcher> m_watcher;
+    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<QSystemTrayIcon> m_tray;
+    QImage m_baseIcon;
+    bool m_iconDrawn = false;
+    std::optional<int> m_iconPercent;
+};

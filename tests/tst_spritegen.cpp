@@ -67,6 +67,8 @@ private Q_SLOTS:
         QTest::addRow("a tier out of range") << u"layer body\nrect K 0 0 1 1 @7\n"_s << u"x.art:2: bad tiers @7"_s;
         QTest::addRow("an open group") << u"layer body\n{ K o\nrect 0 0 1 1\n"_s << u"x.art:3: unclosed {"_s;
         QTest::addRow("a grid without end") << u"layer body\ngrid 0 0\nKK\n"_s << u"x.art:3: grid without end"_s;
+        QTest::addRow("figure rows going back up") << u"figure 40 1\nfigure 30 1.1\n"_s << u"x.art:2: figure rows must go down the body"_s;
+        QTest::addRow("a figure scale that folds her") << u"figure 40 0.2\n"_s << u"x.art:1: figure ROW SCALE (0.5 < scale < 2)"_s;
     }
     void badSourcesAreReportedWithTheirLine()
     {
@@ -80,6 +82,68 @@ private Q_SLOTS:
         QString error;
         QVERIFY(!Art::load(dir.path(), u"office"_s, &error));
         QCOMPARE(error, reason);
+    }
+
+    // Her figure widens a straight torso 1.5× below row 10; the head keeps its shape, and nothing tears.
+    void figureBendsTheBodyButNotTheHead_data()
+    {
+        QTest::addColumn<QString>("shape");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("left");
+        QTest::addColumn<int>("right");
+        QTest::addRow("a rect above the bend stays") << u"layer body\nrect K 20 0 40 30\n"_s << 0 << 20 << 40;
+        QTest::addRow("a rect below the bend widens") << u"layer body\nrect K 20 0 40 30\n"_s << 20 << 15 << 45;
+        QTest::addRow("an outlined poly widens halfway up the ramp") << u"layer body\n{ K o\npoly 20 0 40 0 40 30 20 30\n}\n"_s << 5 << 17 << 43;
+        QTest::addRow("a line keeps every pixel") << u"layer body\nline K 20 20 40 20\n"_s << 20 << 15 << 45;
+        QTest::addRow("a head layer is not bent") << u"layer head head\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
+        QTest::addRow("a fixed layer is not bent") << u"layer back fixed\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
+        QTest::addRow("arms are drawn where they hang") << u"layer arms\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
+    }
+    void figureBendsTheBodyButNotTheHead()
+    {
+        QFETCH(QString, shape);
+        QFETCH(int, row);
+        QFETCH(int, left);
+        QFETCH(int, right);
+        QTemporaryDir dir;
+        QVERIFY(QDir().mkpath(dir.filePath(u"outfits"_s)));
+        QFile file(dir.filePath(u"outfits/office.art"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write((u"material K 000000\nfigure 0 1\nfigure 10 1.5\n"_s + shape).toUtf8());
+        file.close();
+        QString error;
+        const auto book = Art::load(dir.path(), u"office"_s, &error);
+        QVERIFY2(book, qPrintable(error));
+        const QImage grid = Art::render(*book, 0, &error);
+        QVERIFY2(!grid.isNull(), qPrintable(error));
+        QList<int> drawn;
+        for (int x = 0; x < grid.width(); ++x)
+            if (qAlpha(grid.pixel(x, row)))
+                drawn.append(x);
+        QVERIFY(!drawn.isEmpty());
+        QCOMPARE(drawn.first(), left);
+        QCOMPARE(drawn.last(), right);
+        QCOMPARE(drawn.size(), right - left + 1); // no gaps
+    }
+
+    // Bending must not break the mirror: mirrored shapes, lines and dots come out exactly symmetric.
+    void figureKeepsMirroredShapesSymmetric()
+    {
+        QTemporaryDir dir;
+        QVERIFY(QDir().mkpath(dir.filePath(u"outfits"_s)));
+        QFile file(dir.filePath(u"outfits/office.art"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("material K 000000\nfigure 0 1\nfigure 30 1.37\nfigure 60 0.83\nlayer body\n{ K o m\n"
+                   "poly 21 0 29 0 27.5 60 23 60 19.3 33\n}\nline K 22 3 26 58 m\ndots K 24 10 25 40 m\n");
+        file.close();
+        QString error;
+        const auto book = Art::load(dir.path(), u"office"_s, &error);
+        QVERIFY2(book, qPrintable(error));
+        const QImage grid = Art::render(*book, 0, &error);
+        QVERIFY2(!grid.isNull(), qPrintable(error));
+        for (int y = 0; y <= 60; ++y)
+            for (int x = 0; x < Art::gridWidth / 2; ++x)
+                QVERIFY2(grid.pixel(x, y) == grid.pixel(Art::gridWidth - 1 - x, y), qPrintable(u"row %1 column %2"_s.arg(y).arg(x)));
     }
 
     void unknownColourFailsTheRender()

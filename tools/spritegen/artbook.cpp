@@ -6,6 +6,7 @@
 #include <QTextStream>
 
 #include <cmath>
+#include <functional>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -223,15 +224,28 @@ struct Parser {
             book.headShift[t] = QPoint(dx, dy);
             return true;
         }
+        if (word == u"figure") {
+            bool a = false, b = false;
+            const double row = tokens.size() == 3 ? tokens[1].toDouble(&a) : 0;
+            const double k = tokens.size() == 3 ? tokens[2].toDouble(&b) : 0;
+            if (!a || !b || k <= 0.5 || k >= 2)
+                return fail(u"figure ROW SCALE (0.5 < scale < 2)"_s);
+            if (!book.figure.isEmpty() && row <= book.figure.last().first)
+                return fail(u"figure rows must go down the body"_s);
+            book.figure.append({ row, k });
+            return true;
+        }
         if (word == u"layer") {
             if (tokens.size() < 2 || !slotOrder().contains(tokens[1]))
                 return fail(u"layer needs a known slot"_s);
-            book.layers.append(Layer { tokens[1], false, 0x7f, {} });
+            book.layers.append(Layer { tokens[1], false, false, 0x7f, {} });
             layer = &book.layers.last();
             shift = {};
             for (qsizetype i = 2; i < tokens.size(); ++i) {
                 if (tokens[i] == u"head") {
                     layer->head = true;
+                } else if (tokens[i] == u"fixed") {
+                    layer->fixed = true;
                 } else if (tokens[i].startsWith(u'@')) {
                     const auto bits = tiers(QStringView(tokens[i]).mid(1));
                     if (!bits)
@@ -356,26 +370,70 @@ double segmentDistance(double px, double py, double ax, double ay, double bx, do
     return std::sqrt(qx * qx + qy * qy);
 }
 
-// Rasterises one primitive; `flip` mirrors it about the centre column.
-void rasterise(const Primitive &p, bool flip, QPoint offset, Mask &mask)
+constexpr int centre = (gridWidth - 1) / 2;
+
+// Her figure bends columns toward or away from the centre, row by row. Areas are sampled through the inverse
+// (`unbend`), so outlines stay one pixel wide; lines and dots are moved pixel by pixel (`bendPixel`).
+struct Bend {
+    const Book *book = nullptr; // null: straight
+
+    double unbend(int x, int y) const { return book ? centre + (x - centre) / figureScale(*book, y) : x; }
+    QPoint bendPixel(int x, int y) const
+    {
+        if (!book)
+            return { x, y };
+        return { centre + int(std::round((x - centre) * figureScale(*book, y))), y };
+    }
+};
+
+void plotLine(QPoint a, QPoint b, Mask &mask, const std::function<void(int, int)> &plot)
+{
+    int x0 = a.x(), y0 = a.y();
+    const int dx = std::abs(b.x() - x0), sx = x0 < b.x() ? 1 : -1;
+    const int dy = -std::abs(b.y() - y0), sy = y0 < b.y() ? 1 : -1;
+    int err = dx + dy;
+    while (true) {
+        if (plot)
+            plot(x0, y0);
+        else
+            set(mask, x0, y0);
+        if (x0 == b.x() && y0 == b.y())
+            break;
+        const int e2 = 2 * err;
+        if (e2 >= dy) {
+            err += dy;
+            x0 += sx;
+        }
+        if (e2 <= dx) {
+            err += dx;
+            y0 += sy;
+        }
+    }
+}
+
+// Rasterises one primitive; `flip` mirrors it about the centre column, `bend` fits it to her figure.
+void rasterise(const Primitive &p, bool flip, QPoint offset, const Bend &bend, Mask &mask)
 {
     const auto X = [&](double x) { return (flip ? (gridWidth - 1) - x : x) + offset.x(); };
     const auto Y = [&](double y) { return y + offset.y(); };
     const QList<double> &n = p.numbers;
     switch (p.kind) {
     case Primitive::Rect: {
-        const int x0 = int(std::min(X(n[0]), X(n[2]))), x1 = int(std::max(X(n[0]), X(n[2])));
+        const double x0 = std::min(X(n[0]), X(n[2])), x1 = std::max(X(n[0]), X(n[2]));
         const int y0 = int(std::min(Y(n[1]), Y(n[3]))), y1 = int(std::max(Y(n[1]), Y(n[3])));
         for (int y = y0; y <= y1; ++y)
-            for (int x = x0; x <= x1; ++x)
-                set(mask, x, y);
+            for (int x = 0; x < gridWidth; ++x) {
+                const double u = bend.unbend(x, y);
+                if (u >= int(x0) - 0.5 && u <= int(x1) + 0.5)
+                    set(mask, x, y);
+            }
         break;
     }
     case Primitive::Oval: {
         const double cx = X(n[0]), cy = Y(n[1]), rx = n[2] + 0.5, ry = n[3] + 0.5;
         for (int y = int(std::floor(cy - ry)); y <= int(std::ceil(cy + ry)); ++y)
-            for (int x = int(std::floor(cx - rx)); x <= int(std::ceil(cx + rx)); ++x) {
-                const double u = (x - cx) / rx, v = (y - cy) / ry;
+            for (int x = 0; x < gridWidth; ++x) {
+                const double u = (bend.unbend(x, y) - cx) / rx, v = (y - cy) / ry;
                 if (u * u + v * v <= 1.0)
                     set(mask, x, y);
             }
@@ -391,7 +449,10 @@ void rasterise(const Primitive &p, bool flip, QPoint offset, Mask &mask)
             bottom = std::max(bottom, Y(n[2 * i + 1]));
         }
         for (int y = std::max(0, int(top) - 1); y <= std::min(gridHeight - 1, int(bottom) + 1); ++y)
-            for (int x = std::max(0, int(left) - 1); x <= std::min(gridWidth - 1, int(right) + 1); ++x) {
+            for (int column = 0; column < gridWidth; ++column) {
+                const double x = bend.unbend(column, y);
+                if (x < int(left) - 1 || x > int(right) + 1)
+                    continue;
                 bool inside = false;
                 bool onEdge = false;
                 for (qsizetype i = 0, j = count - 1; i < count; j = i++) {
@@ -402,36 +463,29 @@ void rasterise(const Primitive &p, bool flip, QPoint offset, Mask &mask)
                         onEdge = true;
                 }
                 if (inside || onEdge)
-                    set(mask, x, y);
+                    set(mask, column, y);
             }
         break;
     }
     case Primitive::Line:
     case Primitive::Dots: {
         if (p.kind == Primitive::Dots) {
-            for (qsizetype i = 0; i + 1 < n.size(); i += 2)
-                set(mask, int(X(n[i])), int(Y(n[i + 1])));
+            for (qsizetype i = 0; i + 1 < n.size(); i += 2) {
+                const QPoint at = bend.bendPixel(int(X(n[i])), int(Y(n[i + 1])));
+                set(mask, at.x(), at.y());
+            }
             break;
         }
-        int x0 = int(X(n[0])), y0 = int(Y(n[1]));
-        const int x1 = int(X(n[2])), y1 = int(Y(n[3]));
-        const int dx = std::abs(x1 - x0), sx = x0 < x1 ? 1 : -1;
-        const int dy = -std::abs(y1 - y0), sy = y0 < y1 ? 1 : -1;
-        int err = dx + dy;
-        while (true) {
-            set(mask, x0, y0);
-            if (x0 == x1 && y0 == y1)
-                break;
-            const int e2 = 2 * err;
-            if (e2 >= dy) {
-                err += dy;
-                x0 += sx;
-            }
-            if (e2 <= dx) {
-                err += dx;
-                y0 += sy;
-            }
-        }
+        // The straight line's pixels, each moved onto the figure and joined up again so no gap opens.
+        std::optional<QPoint> previous;
+        plotLine(QPoint(int(X(n[0])), int(Y(n[1]))), QPoint(int(X(n[2])), int(Y(n[3]))), mask, [&](int x, int y) {
+            const QPoint at = bend.bendPixel(x, y);
+            if (previous)
+                plotLine(*previous, at, mask, {});
+            else
+                set(mask, at.x(), at.y());
+            previous = at;
+        });
         break;
     }
     case Primitive::Grid:
@@ -491,11 +545,14 @@ struct Painter {
             canvas.setPixelColor(x, y, c);
     }
 
-    bool draw(const Shape &shape, QPoint offset, QString *error)
+    bool draw(const Shape &shape, QPoint offset, const Bend &bend, QString *error)
     {
         const QPoint at = offset + shape.offset;
         if (!shape.parts.isEmpty() && shape.parts.first().kind == Primitive::Grid) {
             const Primitive &g = shape.parts.first();
+            // A grid is a drawn badge or glyph: it moves with the figure as a whole and keeps its pixels.
+            const int anchorX = g.x + at.x(), anchorY = g.y + at.y();
+            const int drift = bend.bendPixel(anchorX, anchorY).x() - anchorX;
             for (int pass = 0; pass < (shape.mirror ? 2 : 1); ++pass)
                 for (qsizetype r = 0; r < g.rows.size(); ++r)
                     for (qsizetype c = 0; c < g.rows[r].size(); ++c) {
@@ -508,7 +565,7 @@ struct Painter {
                             return false;
                         }
                         const int x = g.x + int(c);
-                        put((pass ? (gridWidth - 1) - x : x) + at.x(), g.y + int(r) + at.y(), *col);
+                        put((pass ? (gridWidth - 1) - x - drift : x + drift) + at.x(), g.y + int(r) + at.y(), *col);
                     }
             return true;
         }
@@ -523,9 +580,22 @@ struct Painter {
         }
         Mask mask(size_t(gridWidth * gridHeight), 0);
         for (const Primitive &p : shape.parts) {
-            rasterise(p, false, at, mask);
-            if (shape.mirror || p.mirror)
-                rasterise(p, true, at, mask);
+            if (!(shape.mirror || p.mirror)) {
+                rasterise(p, false, at, bend, mask);
+            } else if (bend.book && at.x() == 0) {
+                // Bent sampling is floating point: mirror the drawn pixels so both sides match exactly.
+                Mask half(mask.size(), 0);
+                rasterise(p, false, at, bend, half);
+                for (int y = 0; y < gridHeight; ++y)
+                    for (int x = 0; x < gridWidth; ++x)
+                        if (has(half, x, y)) {
+                            set(mask, x, y);
+                            set(mask, (gridWidth - 1) - x, y);
+                        }
+            } else {
+                rasterise(p, false, at, bend, mask);
+                rasterise(p, true, at, bend, mask);
+            }
         }
         const int e = shape.outline ? 1 : 0;
         for (int y = 0; y < gridHeight; ++y)
@@ -566,6 +636,31 @@ std::optional<Book> load(const QString &folder, const QString &outfit, QString *
     return parser.book;
 }
 
+double figureScale(const Book &book, double row)
+{
+    const auto &f = book.figure;
+    if (f.isEmpty())
+        return 1.0;
+    if (row <= f.first().first)
+        return f.first().second;
+    for (qsizetype i = 1; i < f.size(); ++i)
+        if (row <= f[i].first) {
+            const double t = (row - f[i - 1].first) / (f[i].first - f[i - 1].first);
+            return f[i - 1].second + t * (f[i].second - f[i - 1].second);
+        }
+    return f.last().second;
+}
+
+namespace
+{
+// Her arms are drawn in place for each pose, and what she holds goes with her hands; the head keeps its shape.
+bool followsFigure(const Layer &layer)
+{
+    static const QStringList free { u"arms"_s, u"sleeves"_s, u"hands"_s, u"held"_s, u"carried"_s, u"props"_s };
+    return !layer.head && !layer.fixed && !free.contains(layer.slot);
+}
+} // namespace
+
 QImage render(const Book &book, int tier, QString *error)
 {
     QImage canvas(gridWidth, gridHeight, QImage::Format_ARGB32);
@@ -576,11 +671,12 @@ QImage render(const Book &book, int tier, QString *error)
             if (layer.slot != slot || !(layer.tiers & (1u << tier)))
                 continue;
             const QPoint offset = layer.head ? book.headShift[size_t(tier)] : QPoint();
+            const Bend bend { followsFigure(layer) ? &book : nullptr };
             for (const Shape &shape : layer.shapes) {
                 if (!(shape.tiers & (1u << tier)))
                     continue;
                 QString why;
-                if (!painter.draw(shape, offset, &why)) {
+                if (!painter.draw(shape, offset, bend, &why)) {
                     if (error)
                         *error = why + u" (layer "_s + slot + u')';
                     return {};

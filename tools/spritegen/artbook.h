@@ -43,6 +43,7 @@ struct Shape;
 struct Layer {
     QString slot;
     bool head = false;
+    bool fixed = false; // kept out of her figure's bend (see Book::figure)
     quint32 tiers = 0x7f;
     QList<Shape> shapes;
 };
@@ -53,7 +54,14 @@ struct Book {
     QHash<QString, QList<QPair<quint32, QString>>> aliases;
     QList<Layer> layers;
     std::array<QPoint, tierCount> headShift {};
+    /// Her figure as (row, horizontal scale about the centre column) stations, linear in between: the torso,
+    /// legs and clothes are drawn straight and bent here into shoulders, waist, hips, thighs and calves, so every
+    /// outfit follows one body. Empty means no bend. Head layers, her arms and what she holds are not bent.
+    QList<QPair<double, double>> figure;
 };
+
+/// The horizontal scale of `book`'s figure at `row` (1 without stations).
+double figureScale(const Book &book, double row);
 
 struct Primitive {
     enum Kind { Rect, Oval, Poly, Line, Dots, Grid } kind = Rect;

@@ -4,8 +4,10 @@
 #include "fleetaccess.h"
 #include "fonts.h"
 #include "petcontroller.h"
+#include "preferences.h"
 #include "sessionwatcher.h"
 #include "statusitemcontroller.h"
+#include "windowmanager.h"
 
 #include <QApplication>
 #include <QLocalSocket>
@@ -79,7 +81,12 @@ void AppDelegate::launch()
     SessionWatcher::shared()->start();
     new StatusItemController(SessionWatcher::shared(), this);
     PetController::shared()->showOnLaunch();
-    // The welcome window opens here on the first run.
+    // Her context menu and a click while she sees no folder open the ordinary windows.
+    connect(PetController::shared(), &PetController::settingsRequested, WindowManager::shared(), &WindowManager::showSettings);
+    connect(PetController::shared(), &PetController::welcomeRequested, WindowManager::shared(), &WindowManager::showWelcome);
+    // Only the welcome's own button sets the flag, so closing it from the title bar brings it back next time.
+    if (!Preferences::shared()->defaults().value(Preferences::hasSeenWelcomeKey.toString(), false).toBool())
+        WindowManager::shared()->showWelcome();
 }
 
 void AppDelegate::reopen()

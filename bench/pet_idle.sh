@@ -38,13 +38,14 @@ xvfb=$!
 sleep 1
 
 case "$backend" in
-software) quick=software ;;
-opengl) quick= ;;
+software) rhi="-u QSG_RHI_BACKEND" ;; # the program's default
+opengl) rhi="QSG_RHI_BACKEND=opengl" ;;
 *) echo "backend is software or opengl" >&2; exit 2 ;;
 esac
 
 mkdir -p "$home/tmp" # its own single-instance socket
-env -u XDG_CONFIG_HOME -u XDG_SESSION_TYPE HOME="$home" TMPDIR="$home/tmp" DISPLAY="$display" QT_QPA_PLATFORM=xcb QT_QUICK_BACKEND="$quick" \
+# shellcheck disable=SC2086
+env -u XDG_CONFIG_HOME -u XDG_SESSION_TYPE -u QT_QUICK_BACKEND $rhi HOME="$home" TMPDIR="$home/tmp" DISPLAY="$display" QT_QPA_PLATFORM=xcb \
     LIBGL_ALWAYS_SOFTWARE=1 "$app" >/dev/null 2>&1 &
 pid=$!
 sleep "$settle"

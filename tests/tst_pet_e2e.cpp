@@ -196,10 +196,35 @@ private Q_SLOTS:
         log.close();
         QTRY_COMPARE_WITH_TIMEOUT(m_pet->stage()->tier(), 4, 5'000);
         QCOMPARE(m_pet->model()->tagLabel(), u"62%"_s);
+    }
+
+    // Pictures of her for a person to look at, taken only when YUZUHA_E2E_SHOTS names a folder.
+    void pictures()
+    {
         const QString shots = qEnvironmentVariable("YUZUHA_E2E_SHOTS");
-        if (!shots.isEmpty()) {
-            QTest::qWait(800);
-            m_pet->panel()->grabWindow().save(shots + u"/tier4.png"_s);
+        if (shots.isEmpty())
+            QSKIP("YUZUHA_E2E_SHOTS is not set");
+        const struct {
+            qint64 cacheRead;
+            Preferences::Outfit outfit;
+            const char *name;
+        } poses[] = {
+            { 112'000, Preferences::Outfit::office, "office-62" },
+            { 155'000, Preferences::Outfit::office, "office-83" },
+            { 190'000, Preferences::Outfit::halloween, "halloween-100" },
+            { 20'000, Preferences::Outfit::frieren, "frieren-16" },
+        };
+        for (const auto &pose : poses) {
+            QFile log(logPath());
+            QVERIFY(log.open(QIODevice::Append));
+            log.write(usageLine(pose.cacheRead));
+            log.close();
+            Preferences::shared()->setOutfit(pose.outfit);
+            SessionWatcher::shared()->refresh();
+            QTest::qWait(1500);
+            m_pet->announce(7);
+            QTest::qWait(600);
+            QVERIFY(m_pet->panel()->grabWindow().save(shots + u'/' + QLatin1StringView(pose.name) + u".png"_s));
         }
     }
 };

@@ -96,6 +96,8 @@ private Q_SLOTS:
         QTest::addRow("an outlined poly widens halfway up the ramp") << u"layer body\n{ K o\npoly 20 0 40 0 40 30 20 30\n}\n"_s << 5 << 17 << 43;
         QTest::addRow("a line keeps every pixel") << u"layer body\nline K 20 20 40 20\n"_s << 20 << 15 << 45;
         QTest::addRow("a head layer is not bent") << u"layer head head\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
+        QTest::addRow("a tilted head leans above the neck") << u"headtilt 0 0.1 20\nlayer head head\nrect K 20 0 40 30\n"_s << 0 << 22 << 42;
+        QTest::addRow("a tilted head's neck stays put") << u"headtilt 0 -0.1 20\nlayer head head\nrect K 20 0 40 30\n"_s << 25 << 20 << 40;
         QTest::addRow("a fixed layer is not bent") << u"layer back fixed\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
         QTest::addRow("arms are drawn where they hang") << u"layer arms\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
     }

@@ -224,6 +224,16 @@ struct Parser {
             book.headShift[t] = QPoint(dx, dy);
             return true;
         }
+        if (word == u"headtilt") {
+            bool a = false, b = false, c = false;
+            const int t = tokens.size() == 4 ? tokens[1].toInt(&a) : -1;
+            const double slope = tokens.size() == 4 ? tokens[2].toDouble(&b) : 0;
+            const int pivot = tokens.size() == 4 ? tokens[3].toInt(&c) : 0;
+            if (!a || !b || !c || t < 0 || t >= tierCount || std::abs(slope) > 0.5)
+                return fail(u"headtilt TIER SLOPE PIVOTROW"_s);
+            book.headTilt[size_t(t)] = { slope, pivot };
+            return true;
+        }
         if (word == u"figure") {
             bool a = false, b = false;
             const double row = tokens.size() == 3 ? tokens[1].toDouble(&a) : 0;
@@ -372,17 +382,25 @@ double segmentDistance(double px, double py, double ax, double ay, double bx, do
 
 constexpr int centre = (gridWidth - 1) / 2;
 
-// Her figure bends columns toward or away from the centre, row by row. Areas are sampled through the inverse
-// (`unbend`), so outlines stay one pixel wide; lines and dots are moved pixel by pixel (`bendPixel`).
+// Her figure bends columns toward or away from the centre, row by row, and a tilted head leans its rows over
+// by whole pixels above the neck. Areas are sampled through the inverse (`unbend`), so outlines stay one pixel
+// wide; lines and dots are moved pixel by pixel (`bendPixel`).
 struct Bend {
     const Book *book = nullptr; // null: straight
+    double tilt = 0; // columns per row above `pivot`, to the right when positive
+    int pivot = 0;
 
-    double unbend(int x, int y) const { return book ? centre + (x - centre) / figureScale(*book, y) : x; }
+    int lean(int y) const { return y < pivot ? int(std::round((pivot - y) * tilt)) : 0; }
+    bool symmetric() const { return tilt == 0; }
+    double unbend(int x, int y) const
+    {
+        const double straight = x - lean(y);
+        return book ? centre + (straight - centre) / figureScale(*book, y) : straight;
+    }
     QPoint bendPixel(int x, int y) const
     {
-        if (!book)
-            return { x, y };
-        return { centre + int(std::round((x - centre) * figureScale(*book, y))), y };
+        const int bent = book ? centre + int(std::round((x - centre) * figureScale(*book, y))) : x;
+        return { bent + lean(y), y };
     }
 };
 
@@ -582,7 +600,7 @@ struct Painter {
         for (const Primitive &p : shape.parts) {
             if (!(shape.mirror || p.mirror)) {
                 rasterise(p, false, at, bend, mask);
-            } else if (bend.book && at.x() == 0) {
+            } else if (bend.book && bend.symmetric() && at.x() == 0) {
                 // Bent sampling is floating point: mirror the drawn pixels so both sides match exactly.
                 Mask half(mask.size(), 0);
                 rasterise(p, false, at, bend, half);
@@ -671,7 +689,8 @@ QImage render(const Book &book, int tier, QString *error)
             if (layer.slot != slot || !(layer.tiers & (1u << tier)))
                 continue;
             const QPoint offset = layer.head ? book.headShift[size_t(tier)] : QPoint();
-            const Bend bend { followsFigure(layer) ? &book : nullptr };
+            const Bend bend = layer.head ? Bend { nullptr, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y() }
+                                         : Bend { followsFigure(layer) ? &book : nullptr, 0, 0 };
             for (const Shape &shape : layer.shapes) {
                 if (!(shape.tiers & (1u << tier)))
                     continue;

@@ -54,6 +54,8 @@ struct Book {
     QHash<QString, QList<QPair<quint32, QString>>> aliases;
     QList<Layer> layers;
     std::array<QPoint, tierCount> headShift {};
+    /// Per tier: the head leans (columns per row) above a pivot row, the neck, to read as tilted.
+    std::array<QPair<double, int>, tierCount> headTilt {};
     /// Her figure as (row, horizontal scale about the centre column) stations, linear in between: the torso,
     /// legs and clothes are drawn straight and bent here into shoulders, waist, hips, thighs and calves, so every
     /// outfit follows one body. Empty means no bend. Head layers, her arms and what she holds are not bent.

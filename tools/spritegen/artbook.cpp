@@ -638,12 +638,17 @@ struct Painter {
 
 std::optional<Book> load(const QString &folder, const QString &outfit, QString *error)
 {
-    Parser parser;
     QDir dir(folder);
     QStringList files;
     for (const QString &name : dir.entryList({ u"*.art"_s }, QDir::Files, QDir::Name))
         files.append(dir.filePath(name));
     files.append(dir.filePath(u"outfits/"_s + outfit + u".art"_s));
+    return loadFiles(files, error);
+}
+
+std::optional<Book> loadFiles(const QStringList &files, QString *error)
+{
+    Parser parser;
     for (const QString &path : files) {
         if (!parser.read(path)) {
             if (error)

@@ -32,6 +32,8 @@ struct Book;
 /// Reads every "*.art" file of `folder` (sorted) and the one of `outfit` from its "outfits" subfolder.
 /// On a syntax error, returns nothing and puts "file:line: reason" into `error`.
 std::optional<Book> load(const QString &folder, const QString &outfit, QString *error);
+/// Reads exactly `files`, in order (for pictures that are not her full figure, such as the icons).
+std::optional<Book> loadFiles(const QStringList &files, QString *error);
 
 /// The art grid of one tier, unscaled (61 × 164, ARGB32, every pixel opaque or clear); null when a shape
 /// names a colour the book does not define, with the reason in `error`.

@@ -20,9 +20,6 @@ namespace
 {
 const QList<int> iconSizes { 16, 32, 48, 64, 128, 256 };
 
-// Her head in the art grid of the office outfit at tier 0, the picture the icons are cut from.
-const QRect headCrop(17, 12, 27, 27);
-
 bool save(const QImage &image, const QString &path, const QByteArray &format, QString *error)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
@@ -36,35 +33,24 @@ bool save(const QImage &image, const QString &path, const QByteArray &format, QS
     return true;
 }
 
-std::optional<QImage> grid(const QString &artDir, const QString &outfit, int tier, QString *error)
+// The tray picture is drawn for its size in icons/tray.art, on columns 12–47 and rows 0–35 of the art grid.
+const QRect trayCrop(12, 0, 36, 36);
+
+std::optional<QImage> trayFace(const QString &artDir, QString *error)
 {
-    const auto book = Art::load(artDir, outfit, error);
+    const auto book = Art::loadFiles({ artDir + u"/00-palette.art"_s, artDir + u"/icons/tray.art"_s }, error);
     if (!book)
         return std::nullopt;
-    QImage image = Art::render(*book, tier, error);
+    const QImage image = Art::render(*book, 0, error);
     if (image.isNull())
         return std::nullopt;
-    return image;
+    return image.copy(trayCrop);
 }
 
-// The tray icon: her head at 36 × 36, each art pixel drawn 4 × 4 over a 9-pixel-wide crop of the face would
-// lose the hair, so the 27-pixel crop is scaled by 4/3 with area averaging and then snapped back to opaque.
-QImage crisp(const QImage &art, int size)
+QImage appIcon(const QImage &face)
 {
-    QImage scaled = art.scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).convertToFormat(QImage::Format_ARGB32);
-    for (int y = 0; y < scaled.height(); ++y) {
-        auto *line = reinterpret_cast<QRgb *>(scaled.scanLine(y));
-        for (int x = 0; x < scaled.width(); ++x) {
-            const QRgb p = line[x];
-            line[x] = qAlpha(p) >= 128 ? qRgba(qRed(p), qGreen(p), qBlue(p), 255) : qRgba(0, 0, 0, 0);
-        }
-    }
-    return scaled;
-}
-
-QImage appIcon(const QImage &head)
-{
-    // A sticky-note disc behind her head, ink-ringed, so she reads on light and dark panels alike.
+    // A sticky-note disc behind her face, ink-ringed, so she reads on light and dark panels alike; the face is
+    // the tray picture at six times its size, pixels kept square.
     QImage icon(256, 256, QImage::Format_ARGB32);
     icon.fill(Qt::transparent);
     QPainter p(&icon);
@@ -78,8 +64,8 @@ QImage appIcon(const QImage &head)
         return path;
     }());
     p.setRenderHint(QPainter::Antialiasing, false);
-    const QImage big = head.scaled(head.width() * 8, head.height() * 8, Qt::IgnoreAspectRatio, Qt::FastTransformation);
-    p.drawImage(QPoint((256 - big.width()) / 2, 256 - big.height() + 8), big);
+    const QImage big = face.scaled(face.width() * 6, face.height() * 6, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    p.drawImage(QPoint((256 - big.width()) / 2, 256 - big.height() - 8), big);
     return icon;
 }
 } // namespace
@@ -135,13 +121,10 @@ bool writeAll(const QString &artDir, const QString &outDir, QString *error)
                 return false;
         }
     }
-    const auto office = grid(artDir, u"office"_s, 0, error);
-    if (!office)
+    const auto face = trayFace(artDir, error);
+    if (!face || !save(*face, out.filePath(u"Sprites/menubar.png"_s), "png", error))
         return false;
-    const QImage head = office->copy(headCrop);
-    if (!save(crisp(head, 36), out.filePath(u"Sprites/menubar.png"_s), "png", error))
-        return false;
-    const QImage icon = appIcon(head);
+    const QImage icon = appIcon(*face);
     if (!save(icon, out.filePath(u"icons/yuzuha.png"_s), "png", error))
         return false;
     for (int size : iconSizes) {

@@ -64,7 +64,14 @@ SessionsPopover::SessionsPopover(SessionWatcher *watcher, QWindow *panel, const 
     m_view->requestActivate();
 }
 
-SessionsPopover::~SessionsPopover() = default;
+SessionsPopover::~SessionsPopover()
+{
+    // The window may still be up when its owner goes (her panel at exit); its last signals must not
+    // reach a popover that is half gone.
+    m_closing = true;
+    m_view->removeEventFilter(this);
+    disconnect(m_view.get(), nullptr, this, nullptr);
+}
 
 void SessionsPopover::toggle(QWindow *panel, const QRectF &sprite)
 {

@@ -6,6 +6,7 @@
 #include "petcontroller.h"
 #include "preferences.h"
 #include "sessionwatcher.h"
+#include "statusitemcontroller.h"
 #include "windowmanager.h"
 
 #include <QApplication>
@@ -84,7 +85,7 @@ void AppDelegate::launch()
     Fonts::registerAll();
     FleetAccess::shared();
     SessionWatcher::shared()->start();
-    // The tray item is created here.
+    new StatusItemController(SessionWatcher::shared(), this);
     PetController::shared()->showOnLaunch();
     // Her context menu and a click while she sees no folder open the ordinary windows.
     connect(PetController::shared(), &PetController::settingsRequested, WindowManager::shared(), &WindowManager::showSettings);

@@ -24,14 +24,14 @@ struct Reading {
 };
 
 // Raw byte patterns searched before any JSON is parsed.
-inline constexpr QByteArrayView usageKey{"\"usage\""};
-inline constexpr QByteArrayView compactBoundary{"compact_boundary"};
-inline constexpr QByteArrayView tokenCountKey{"\"token_count\""};
-inline constexpr QByteArrayView compactedKey{"\"compacted\""};
-inline constexpr QByteArrayView cwdHeadKey{"\"cwd\":\""};
+inline constexpr QByteArrayView usageKey { "\"usage\"" };
+inline constexpr QByteArrayView compactBoundary { "compact_boundary" };
+inline constexpr QByteArrayView tokenCountKey { "\"token_count\"" };
+inline constexpr QByteArrayView compactedKey { "\"compacted\"" };
+inline constexpr QByteArrayView cwdHeadKey { "\"cwd\":\"" };
 
 /// Tail sizes tried in order; nothing beyond the last is ever read.
-inline constexpr std::array<qint64, 3> tailSizes{262'144, 4'194'304, 33'554'432};
+inline constexpr std::array<qint64, 3> tailSizes { 262'144, 4'194'304, 33'554'432 };
 /// Bytes of a Codex log's head searched for the working directory.
 inline constexpr qint64 headSize = 524'288;
 

@@ -24,15 +24,15 @@ struct Tier {
 };
 
 /// The seven tiers, indexed by tier; row 6 is bedtime (pajamas).
-inline constexpr std::array<Tier, 7> all{{
-    {0, u"Makasete!", u"Leave it to me!"},
-    {15, u"Koohii, koohii.", u"Coffee, coffee."},
-    {30, u"Chotto tsukareta kamo.", u"I might be a little tired."},
-    {45, u"Kata ga koru...", u"My shoulders are so stiff..."},
-    {60, u"Yare yare...", u"Good grief..."},
-    {80, u"Nemui... demo ganbaru.", u"So sleepy... but I'll keep going."},
-    {100, u"Kyou wa koko made. Oyasumi!", u"That's it for today. Good night!"},
-}};
+inline constexpr std::array<Tier, 7> all { {
+    { 0, u"Makasete!", u"Leave it to me!" },
+    { 15, u"Koohii, koohii.", u"Coffee, coffee." },
+    { 30, u"Chotto tsukareta kamo.", u"I might be a little tired." },
+    { 45, u"Kata ga koru...", u"My shoulders are so stiff..." },
+    { 60, u"Yare yare...", u"Good grief..." },
+    { 80, u"Nemui... demo ganbaru.", u"So sleepy... but I'll keep going." },
+    { 100, u"Kyou wa koko made. Oyasumi!", u"That's it for today. Good night!" },
+} };
 
 /// tokens × 100 / window, truncated; 0 without tokens or with a window below 1. Never overflows.
 qint64 fillRatio(std::optional<qint64> tokens, qint64 window);

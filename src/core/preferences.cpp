@@ -182,69 +182,54 @@ qint64 Preferences::readBedtime(const QSettings &store)
     return readInteger(store, bedtimeKey, 0);
 }
 
+template <typename T> void Preferences::assign(T &field, T value, QStringView key, const QVariant &stored, void (Preferences::*changed)(T))
+{
+    // Every assignment notifies and writes, also when the value is unchanged.
+    Q_EMIT aboutToChange();
+    field = value;
+    write(key, stored);
+    Q_EMIT(this->*changed)(value);
+}
+
 void Preferences::setSize(Size size)
 {
-    Q_EMIT aboutToChange();
-    m_size = size;
-    write(sizeKey, static_cast<int>(size));
-    Q_EMIT sizeChanged(size);
+    assign(m_size, size, sizeKey, static_cast<int>(size), &Preferences::sizeChanged);
 }
 
 void Preferences::setKeepOnTop(bool on)
 {
-    Q_EMIT aboutToChange();
-    m_keepOnTop = on;
-    write(keepOnTopKey, on);
-    Q_EMIT keepOnTopChanged(on);
+    assign(m_keepOnTop, on, keepOnTopKey, on, &Preferences::keepOnTopChanged);
 }
 
 void Preferences::setAllSpaces(bool on)
 {
-    Q_EMIT aboutToChange();
-    m_allSpaces = on;
-    write(allSpacesKey, on);
-    Q_EMIT allSpacesChanged(on);
+    assign(m_allSpaces, on, allSpacesKey, on, &Preferences::allSpacesChanged);
 }
 
 void Preferences::setSpeechBubbles(bool on)
 {
-    Q_EMIT aboutToChange();
-    m_speechBubbles = on;
-    write(speechBubblesKey, on);
-    Q_EMIT speechBubblesChanged(on);
+    assign(m_speechBubbles, on, speechBubblesKey, on, &Preferences::speechBubblesChanged);
 }
 
 void Preferences::setPercentTag(bool on)
 {
-    Q_EMIT aboutToChange();
-    m_percentTag = on;
-    write(percentTagKey, on);
-    Q_EMIT percentTagChanged(on);
+    assign(m_percentTag, on, percentTagKey, on, &Preferences::percentTagChanged);
 }
 
 void Preferences::setBedtime(qint64 tokens)
 {
-    Q_EMIT aboutToChange();
-    m_bedtime = tokens;
-    write(bedtimeKey, tokens);
-    Q_EMIT bedtimeChanged(tokens);
-    // The write above is on disk, where the watcher's thread reads it; recompute every window now.
+    assign(m_bedtime, tokens, bedtimeKey, tokens, &Preferences::bedtimeChanged);
+    // The write is on disk, where the watcher's thread reads it; recompute every window now.
     if (m_watcher)
         m_watcher->refresh();
 }
 
 void Preferences::setPetVisible(bool on)
 {
-    Q_EMIT aboutToChange();
-    m_petVisible = on;
-    write(petVisibleKey, on);
-    Q_EMIT petVisibleChanged(on);
+    assign(m_petVisible, on, petVisibleKey, on, &Preferences::petVisibleChanged);
 }
 
 void Preferences::setOutfit(Outfit outfit)
 {
-    Q_EMIT aboutToChange();
-    m_outfit = outfit;
-    write(outfitKey, rawValue(outfit));
-    Q_EMIT outfitChanged(outfit);
+    assign(m_outfit, outfit, outfitKey, rawValue(outfit), &Preferences::outfitChanged);
 }

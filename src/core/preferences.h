@@ -160,6 +160,7 @@ Q_SIGNALS:
 
 private:
     void write(QStringView key, const QVariant &value);
+    template <typename T> void assign(T &field, T value, QStringView key, const QVariant &stored, void (Preferences::*changed)(T));
 
     std::unique_ptr<QSettings> m_store;
     LoginItem m_loginItem;

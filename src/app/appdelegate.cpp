@@ -2,6 +2,7 @@
 
 #include "appinfo.h"
 #include "fleetaccess.h"
+#include "folderprompt.h"
 #include "fonts.h"
 #include "petcontroller.h"
 #include "preferences.h"
@@ -13,7 +14,9 @@
 #include <QLocalSocket>
 #include <QQuickWindow>
 
+#ifdef Q_OS_UNIX
 #include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -36,7 +39,12 @@ void AppDelegate::preparePlatform()
 
 QString AppDelegate::socketName()
 {
+    // One instance per user: the name carries who runs it.
+#ifdef Q_OS_UNIX
     return AppInfo::id.toString() + u'-' + QString::number(::getuid());
+#else
+    return AppInfo::id.toString() + u'-' + qEnvironmentVariable("USERNAME");
+#endif
 }
 
 AppDelegate::AppDelegate(QObject *parent)
@@ -83,7 +91,7 @@ bool AppDelegate::claimInstance()
 void AppDelegate::launch()
 {
     Fonts::registerAll();
-    FleetAccess::shared();
+    FleetAccess::shared()->setPrompt(std::make_unique<DialogFolderPrompt>());
     SessionWatcher::shared()->start();
     new StatusItemController(SessionWatcher::shared(), this);
     PetController::shared()->showOnLaunch();

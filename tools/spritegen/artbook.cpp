@@ -61,10 +61,10 @@ struct Parser {
         return false;
     }
 
-    static std::optional<quint32> tiers(QStringView spec)
+    static std::optional<quint32> tiers(QStringView list)
     {
         quint32 bits = 0;
-        for (QStringView part : spec.split(u',')) {
+        for (QStringView part : list.split(u',')) {
             bool ok = false;
             if (part.endsWith(u'+')) {
                 const int from = part.chopped(1).toInt(&ok);

@@ -13,7 +13,7 @@ expected=(
     bin/yuzuha-books
     share/applications/yuzuha.desktop
     share/metainfo/app.yuzuha.Yuzuha.metainfo.xml
-    share/doc/Yuzuha/copyright
+    share/doc/yuzuha/copyright
 )
 for size in 16 32 48 64 128 256; do
     expected+=("share/icons/hicolor/${size}x${size}/apps/yuzuha.png")

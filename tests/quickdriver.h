@@ -21,11 +21,18 @@ inline void collect(QQuickItem *root, const QString &name, QList<QQuickItem *> *
     }
 }
 
-/// The one visible item called `name` below `root`, or null when there is none or more than one.
-inline QQuickItem *find(QQuickItem *root, const QString &name)
+/// Every visible item called `name` below `root`.
+inline QList<QQuickItem *> findAll(QQuickItem *root, const QString &name)
 {
     QList<QQuickItem *> found;
     collect(root, name, &found);
+    return found;
+}
+
+/// The one visible item called `name` below `root`, or null when there is none or more than one.
+inline QQuickItem *find(QQuickItem *root, const QString &name)
+{
+    const QList<QQuickItem *> found = findAll(root, name);
     return found.size() == 1 ? found.first() : nullptr;
 }
 

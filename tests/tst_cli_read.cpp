@@ -1,29 +1,24 @@
-#include <QDir>
-#include <QFile>
-#include <QProcess>
+#include "testsupport.h"
+
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using TestSupport::Run;
 
 namespace
 {
 const QByteArray claudeLine
-    = R"({"type":"assistant","cwd":"/w/app","message":{"model":"claude-opus-4-7","usage":{"input_tokens":3,"cache_creation_input_tokens":1200,"cache_read_input_tokens":45000}}})";
-const QByteArray codexLines
-    = R"({"type":"session_meta","payload":{"cwd":"/w/codex"}})"
-      "\n"
-      R"({"type":"event_msg","payload":{"type":"token_count","info":{"last_token_usage":{"input_tokens":12000},"model_context_window":258400}}})"
-      "\n";
+    = TestSupport::claudeReply(R"("input_tokens":3,"cache_creation_input_tokens":1200,"cache_read_input_tokens":45000)", "claude-opus-4-7");
+const QByteArray codexLines = TestSupport::lines({ TestSupport::codexMeta(), TestSupport::codexTokens(12'000) });
 const QByteArray claudeOut = R"({"tokens":46203,"window":null,"model":"claude-opus-4-7","cwd":"/w/app"})";
 const QByteArray codexOut = R"({"tokens":12000,"window":258400,"model":null,"cwd":"/w/codex"})";
 const QByteArray nothingOut = R"({"tokens":null,"window":null,"model":null,"cwd":null})";
 
-struct Run {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+Run books(const QStringList &arguments)
+{
+    return TestSupport::run(QStringLiteral(YUZUHA_BOOKS), arguments);
+}
 } // namespace
 
 class TestCliRead : public QObject
@@ -56,12 +51,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         QFETCH(QStringList, options);
         QFETCH(QByteArray, output);
-        const QString path = m_dir.filePath(relativePath);
-        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(content);
-        file.close();
+        const QString path = TestSupport::writeFile(m_dir.filePath(relativePath), content);
+        QVERIFY(!path.isEmpty());
 
         const Run run = books(QStringList { u"read"_s } + options + QStringList { path });
         QCOMPARE(run.exitCode, 0);
@@ -94,15 +85,6 @@ private Q_SLOTS:
     }
 
 private:
-    static Run books(const QStringList &arguments)
-    {
-        QProcess process;
-        process.start(QStringLiteral(YUZUHA_BOOKS), arguments);
-        if (!process.waitForFinished(30'000) || process.exitStatus() != QProcess::NormalExit)
-            return {};
-        return Run { process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError() };
-    }
-
     QTemporaryDir m_dir;
 };
 

@@ -1,10 +1,8 @@
-#include "sessionwatcher.h"
 #include "statusitemcontroller.h"
+#include "testsupport.h"
 #include "theme.h"
 #include "windowmanager.h"
 
-#include <QAction>
-#include <QFile>
 #include <QMenu>
 #include <QQuickView>
 #include <QSignalSpy>
@@ -14,32 +12,20 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
 using State = StatusItemController::State;
+using TestSupport::session;
 
 namespace
 {
-const QString indent = u"\u2003\u2003"_s;
-
-Session session(const QString &project, std::optional<qint64> tokens, qint64 window = 200'000)
-{
-    const QDateTime now = QDateTime::currentDateTime();
-    return Session { u"/logs/"_s + project + u".jsonl"_s, Provider::claude, project, tokens, window, now.addSecs(-600), now.addSecs(-60) };
-}
-
 // One line per item: its text, then [x] or [ ] when checkable, (off) when disabled and the shortcut.
 QStringList describe(const QMenu &menu)
 {
     QStringList lines;
     for (const QAction *action : menu.actions()) {
-        if (action->isSeparator()) {
-            lines.append(u"-"_s);
-            continue;
-        }
-        QString line = action->text();
+        QString line = action->isSeparator() ? u"-"_s : action->text();
         if (action->isCheckable())
             line += action->isChecked() ? u" [x]"_s : u" [ ]"_s;
-        if (!action->isEnabled())
+        if (!action->isEnabled() && !action->isSeparator())
             line += u" (off)"_s;
         if (!action->shortcut().isEmpty())
             line += u" "_s + action->shortcut().toString(QKeySequence::PortableText);
@@ -48,9 +34,10 @@ QStringList describe(const QMenu &menu)
     return lines;
 }
 
-QStringList tail(const QString &visibility)
+/// The whole menu: the focused session's line, the session items, and the fixed items below them.
+QStringList menuOf(const QString &line, const QStringList &items, const QString &visibility = u"Hide Yuzuha"_s)
 {
-    return { u"-"_s, visibility, u"Settings\u2026 Ctrl+,"_s, u"-"_s, u"Quit Yuzuha Ctrl+Q"_s };
+    return QStringList { line + u" (off)"_s, u"-"_s } + items + QStringList { u"-"_s, visibility, u"Settings\u2026 Ctrl+,"_s, u"-"_s, u"Quit Yuzuha Ctrl+Q"_s };
 }
 
 QAction *itemFor(const QMenu &menu, const QString &id)
@@ -65,21 +52,7 @@ QAction *itemFor(const QMenu &menu, const QString &id)
 // A watcher over a folder of our own, never the user's logs or settings.
 SessionWatcher::Config configFor(const QTemporaryDir &dir)
 {
-    const QString root = dir.filePath(u"projects"_s);
-    SessionWatcher::Config config;
-    config.snapshots = [root] { return std::make_shared<const QList<FleetAccess::Snapshot>>(QList<FleetAccess::Snapshot> { { root, root, u"CLAUDE"_s } }); };
-    config.settingsFile = dir.filePath(u"settings.ini"_s);
-    config.settingsFormat = QSettings::IniFormat;
-    config.sweepReport = [](qsizetype, qsizetype) {};
-    return config;
-}
-
-void writeLog(const QString &path, qint64 tokens)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Append));
-    file.write(R"({"type":"assistant","cwd":"/home/u/api-server","message":{"model":"claude-sonnet-4-5","usage":{"input_tokens":)" + QByteArray::number(tokens)
-        + R"(,"cache_creation_input_tokens":0,"cache_read_input_tokens":0,"output_tokens":12}}})" + '\n');
+    return TestSupport::watcherConfig(dir.path(), dir.filePath(u"settings.ini"_s));
 }
 } // namespace
 
@@ -88,7 +61,7 @@ class StatusItemTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void menu_data();
     void menu();
     void texts_data();
@@ -100,53 +73,32 @@ private Q_SLOTS:
     void refreshFollowsTheWatcher();
 };
 
-void StatusItemTest::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-}
-
 void StatusItemTest::menu_data()
 {
     QTest::addColumn<State>("state");
     QTest::addColumn<QStringList>("expected");
-
     const Session api = session(u"api-server"_s, 84'000);
     const Session scratch = session(u"scratch"_s, std::nullopt);
     const Session full = session(u"web"_s, 190'000);
+    const QString calm = u"Makasete!  Leave it to me!"_s, tired = u"Chotto tsukareta kamo.  I might be a little tired."_s;
+    const QString indent = u"\u2003\u2003"_s;
+    const QString apiItem = indent + u"api-server  42%  (84K)"_s, webItem = indent + u"web  95%  (190K) [ ]"_s;
 
-    QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, true,
-        true } << QStringList { u"Makasete!  Leave it to me! (off)"_s, u"-"_s, u"No sessions today (off)"_s } + tail(u"Hide Yuzuha"_s);
-
+    QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, true, true } << menuOf(calm, { u"No sessions today (off)"_s });
     QTest::addRow("following the fullest") << State { full, { full, api, scratch }, std::nullopt, true, true }
-                                           << QStringList { u"Kyou wa koko made. Oyasumi!  That's it for today. Good night! (off)"_s, u"-"_s,
-                                                  u"Follow the Fullest [x]"_s, indent + u"web  95%  (190K) [ ]"_s, indent + u"api-server  42%  (84K) [ ]"_s,
-                                                  indent + u"scratch  0%  (fresh) [ ]"_s }
-            + tail(u"Hide Yuzuha"_s);
-
+                                           << menuOf(u"Kyou wa koko made. Oyasumi!  That's it for today. Good night!"_s,
+                                                  { u"Follow the Fullest [x]"_s, webItem, apiItem + u" [ ]"_s, indent + u"scratch  0%  (fresh) [ ]"_s });
     QTest::addRow("a pinned session") << State { api, { full, api }, api.id, true, true }
-                                      << QStringList { u"Chotto tsukareta kamo.  I might be a little tired. (off)"_s, u"-"_s, u"Follow the Fullest [ ]"_s,
-                                             indent + u"web  95%  (190K) [ ]"_s, indent + u"api-server  42%  (84K) [x]"_s }
-            + tail(u"Hide Yuzuha"_s);
-
-    QTest::addRow("a pin on a session no longer listed checks nothing") << State { api, { api }, u"/logs/gone.jsonl"_s, true, true }
-                                                                        << QStringList { u"Chotto tsukareta kamo.  I might be a little tired. (off)"_s, u"-"_s,
-                                                                               u"Follow the Fullest [ ]"_s, indent + u"api-server  42%  (84K) [ ]"_s }
-            + tail(u"Hide Yuzuha"_s);
-
+                                      << menuOf(tired, { u"Follow the Fullest [ ]"_s, webItem, apiItem + u" [x]"_s });
+    QTest::addRow("a pin on a session no longer listed checks nothing")
+        << State { api, { api }, u"/logs/gone.jsonl"_s, true, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
     QTest::addRow("no grants: only the way in, whatever the watcher holds")
-        << State { api, { api, full }, std::nullopt, false, true }
-        << QStringList { u"Chotto tsukareta kamo.  I might be a little tired. (off)"_s, u"-"_s, u"Let Yuzuha See Your Sessions\u2026"_s }
-            + tail(u"Hide Yuzuha"_s);
-
-    QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, true, false }
-                                << QStringList { u"Makasete!  Leave it to me! (off)"_s, u"-"_s, u"No sessions today (off)"_s } + tail(u"Show Yuzuha"_s);
-
+        << State { api, { api, full }, std::nullopt, false, true } << menuOf(tired, { u"Let Yuzuha See Your Sessions\u2026"_s });
+    QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, true, false } << menuOf(calm, { u"No sessions today (off)"_s }, u"Show Yuzuha"_s);
     // A project name is the folder's name; an ampersand in it must print, not underline the next letter.
     const Session rnd = session(u"R&D"_s, 84'000);
     QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, true, true }
-                                               << QStringList { u"Chotto tsukareta kamo.  I might be a little tired. (off)"_s, u"-"_s,
-                                                      u"Follow the Fullest [x]"_s, indent + u"R&&D  42%  (84K) [ ]"_s }
-            + tail(u"Hide Yuzuha"_s);
+                                               << menuOf(tired, { u"Follow the Fullest [x]"_s, indent + u"R&&D  42%  (84K) [ ]"_s });
 }
 
 void StatusItemTest::menu()
@@ -167,9 +119,6 @@ void StatusItemTest::texts_data()
     QTest::addRow("nothing focused") << std::optional<Session> {} << QString() << u"Yuzuha"_s;
     QTest::addRow("three quarters") << std::optional<Session> { session(u"api-server"_s, 150'000) } << u" 75%"_s
                                     << u"Yuzuha: api-server, 75% of the context window"_s;
-    QTest::addRow("over the window reads 100") << std::optional<Session> { session(u"web"_s, 210'000) } << u" 100%"_s
-                                               << u"Yuzuha: web, 100% of the context window"_s;
-    QTest::addRow("a zero window reads 0") << std::optional<Session> { session(u"odd"_s, 5'000, 0) } << u" 0%"_s << u"Yuzuha: odd, 0% of the context window"_s;
     QTest::addRow("no reply yet reads 0") << std::optional<Session> { session(u"new"_s, std::nullopt) } << u" 0%"_s
                                           << u"Yuzuha: new, 0% of the context window"_s;
 }
@@ -291,9 +240,11 @@ void StatusItemTest::badge()
 void StatusItemTest::refreshFollowsTheWatcher()
 {
     QTemporaryDir dir;
-    QVERIFY(QDir(dir.path()).mkpath(u"projects/-home-u-api-server"_s));
-    const QString log = dir.filePath(u"projects/-home-u-api-server/one.jsonl"_s);
-    writeLog(log, 150'000);
+    const QString log = dir.filePath(u".claude/projects/-home-u-api-server/one.jsonl"_s);
+    const auto write = [&log](qint64 tokens) {
+        return TestSupport::writeFile(log, TestSupport::claudeTokens(tokens, "m", "/home/u/api-server") + '\n', {}, QIODevice::Append);
+    };
+    QVERIFY(!write(150'000).isEmpty());
 
     SessionWatcher watcher(configFor(dir));
     StatusItemController controller(&watcher);
@@ -307,13 +258,12 @@ void StatusItemTest::refreshFollowsTheWatcher()
     QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 75% of the context window"_s);
     const qint64 shown = controller.trayIcon()->icon().cacheKey();
     QVERIFY(shown != emptyIcon);
-
     // Another refresh at the same percentage leaves the icon alone.
     controller.refresh();
     QCOMPARE(controller.trayIcon()->icon().cacheKey(), shown);
 
     QTest::qWait(1'100); // a new modification time, whatever the file system's resolution
-    writeLog(log, 170'000);
+    QVERIFY(!write(170'000).isEmpty());
     watcher.refresh();
     QVERIFY(published.wait(5'000));
     controller.refresh();

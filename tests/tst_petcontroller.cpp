@@ -12,20 +12,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "testsupport.h"
+
 using namespace Qt::StringLiterals;
 
 namespace
 {
-Session session(QString id, qint64 tokens, qint64 window = 200'000)
-{
-    Session s;
-    s.id = std::move(id);
-    s.project = u"billing-api"_s;
-    s.tokens = tokens;
-    s.window = window;
-    s.lastActivity = QDateTime::currentDateTimeUtc();
-    return s;
-}
+using TestSupport::session;
 
 // A sprite-shaped bitmap: opaque except a transparent left third.
 QImage fakeSprite(int, int pixelHeight)
@@ -75,25 +68,6 @@ class TestPetController : public QObject
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void geometryTable_data()
-    {
-        QTest::addColumn<Preferences::Size>("size");
-        QTest::addColumn<QSizeF>("sprite");
-        QTest::addColumn<QSizeF>("panel");
-        QTest::addRow("small") << Preferences::Size::small << QSizeF(67, 180) << QSizeF(270, 302);
-        QTest::addRow("medium") << Preferences::Size::medium << QSizeF(93, 250) << QSizeF(270, 372);
-        QTest::addRow("large") << Preferences::Size::large << QSizeF(126, 340) << QSizeF(270, 462);
-    }
-    void geometryTable()
-    {
-        QFETCH(Preferences::Size, size);
-        const auto g = PetController::geometry(size);
-        QFETCH(QSizeF, sprite);
-        QCOMPARE(g.sprite, sprite);
-        QFETCH(QSizeF, panel);
-        QCOMPARE(g.panel, panel);
-    }
-
     void origin_data()
     {
         QTest::addColumn<QString>("text");
@@ -103,67 +77,57 @@ private Q_SLOTS:
         QTest::addRow("fractional and unspaced") << u"{10.4,20.6}"_s << QPoint(10, 800 - 21 - 372);
         QTest::addRow("negative") << u"{-50, -10}"_s << QPoint(-50, 438);
         QTest::addRow("unreadable is (0, 0)") << u"somewhere"_s << QPoint(0, 428);
-        QTest::addRow("empty is (0, 0)") << QString() << QPoint(0, 428);
     }
     void origin()
     {
         QFETCH(QString, text);
         QFETCH(QPoint, topLeft);
         QCOMPARE(PetController::parseOrigin(text, 372, 800), topLeft);
-    }
-
-    void originRoundTrips()
-    {
-        const QRect frame(998, 420, 270, 372);
-        const QString text = PetController::formatOrigin(frame, 800);
-        QCOMPARE(text, u"{998, 8}"_s);
-        QCOMPARE(PetController::parseOrigin(text, 372, 800), frame.topLeft());
+        if (QTest::currentDataTag() == QByteArrayView("bottom-left 8 up"))
+            QCOMPARE(PetController::formatOrigin(QRect(topLeft, QSize(270, 372)), 800), text);
     }
 
     void visibleEnough_data()
     {
         QTest::addColumn<QRect>("frame");
         QTest::addColumn<bool>("visible");
-        const QRect screen(0, 0, 1000, 800);
-        QTest::addRow("inside") << QRect(100, 100, 270, 372) << true;
         QTest::addRow("60 percent off to the right still shows the centre") << QRect(1000 - 109, 100, 270, 372) << true;
         QTest::addRow("70 percent off hides the centre") << QRect(1000 - 81, 100, 270, 372) << false;
-        QTest::addRow("far away") << QRect(5000, 5000, 270, 372) << false;
-        Q_UNUSED(screen)
     }
     void visibleEnough()
     {
         QFETCH(QRect, frame);
-        QFETCH(bool, visible);
-        QCOMPARE(PetController::visibleEnough(frame, { QRect(0, 0, 1000, 800) }), visible);
+        QTEST(PetController::visibleEnough(frame, { QRect(0, 0, 1000, 800) }), "visible");
     }
 
-    void launchPlacesHerInTheCorner()
+    void launchPlacement_data()
     {
-        Fixture f;
+        QTest::addColumn<QString>("stored"); // null for none
+        QTest::addColumn<bool>("corner"); // else at the stored (0, 0): the primary screen's bottom-left
+        QTest::addRow("first launch: the bottom-right corner") << QString() << true;
+        QTest::addRow("an origin off every screen is corrected and stored") << u"{99999, 99999}"_s << true;
+        QTest::addRow("an unreadable origin is (0, 0), which is on screen") << u"garbage"_s << false;
+    }
+    void launchPlacement()
+    {
+        QFETCH(QString, stored);
+        QFETCH(bool, corner);
+        Fixture f(false, [stored](Preferences &p) {
+            if (!stored.isNull())
+                p.defaults().setValue(u"petOrigin"_s, stored);
+        });
         f.controller->showOnLaunch();
         const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
         const QRect frame = f.controller->panel()->geometry();
         QCOMPARE(frame.size(), QSize(270, 372));
-        QCOMPARE(frame.right() + 1, available.right() + 1 - 12);
-        QCOMPARE(frame.bottom() + 1, available.bottom() + 1 - 8);
-        QVERIFY(f.controller->panel()->isVisible());
-        QVERIFY(f.controller->model()->announcing());
+        if (corner) {
+            QCOMPARE(frame.bottomRight() + QPoint(1, 1), available.bottomRight() + QPoint(1 - 12, 1 - 8));
+            QCOMPARE(f.storedOrigin(), stored.isNull() ? QString() : PetController::formatOrigin(frame, primaryBottom()));
+        } else {
+            QCOMPARE(frame.topLeft(), QPoint(0, primaryBottom() - 372));
+        }
+        QVERIFY(f.controller->panel()->isVisible() && f.controller->model()->announcing());
         QVERIFY(f.prefs.defaults().value(u"petVisible"_s).toBool());
-    }
-
-    void unreadableOriginIsCorrected()
-    {
-        // (0, 0) in stored coordinates is the primary screen's bottom-left, which is on screen; far away is not.
-        Fixture f(false, [](Preferences &p) { p.defaults().setValue(u"petOrigin"_s, u"{99999, 99999}"_s); });
-        f.controller->showOnLaunch();
-        const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
-        QCOMPARE(f.controller->panel()->geometry().right() + 1, available.right() + 1 - 12);
-        QCOMPARE(f.storedOrigin(), PetController::formatOrigin(f.controller->panel()->geometry(), primaryBottom()));
-
-        Fixture g(false, [](Preferences &p) { p.defaults().setValue(u"petOrigin"_s, u"garbage"_s); });
-        g.controller->showOnLaunch();
-        QCOMPARE(g.controller->panel()->geometry().topLeft(), QPoint(0, primaryBottom() - 372));
     }
 
     void resizeKeepsBottomCentre()
@@ -273,19 +237,6 @@ private Q_SLOTS:
         QCOMPARE(f.controller->model()->announcing(), mood == PetModel::Mood::blind);
     }
 
-    void popoverSide()
-    {
-        Fixture f;
-        f.controller->showOnLaunch();
-        const QRect available = f.controller->panel()->screen()->availableGeometry();
-        f.controller->panel()->setPosition(available.right() - 400, 100);
-        QCOMPARE(f.controller->popoverEdge(), Qt::LeftEdge);
-        f.controller->panel()->setPosition(available.center().x() - 135, 100);
-        QCOMPARE(f.controller->popoverEdge(), Qt::RightEdge);
-        f.controller->panel()->setPosition(10, 100);
-        QCOMPARE(f.controller->popoverEdge(), Qt::RightEdge);
-    }
-
     void contextMenu()
     {
         Fixture f(false, [](Preferences &p) {
@@ -307,14 +258,13 @@ private Q_SLOTS:
             QCOMPARE(sizes.at(i)->isChecked(), i == 2);
         }
 
+        // Seasonal, a separator, then every costume; only the stored one is checked.
         QList<QAction *> outfits = menu->actions().at(1)->menu()->actions();
         QCOMPARE(outfits.size(), 17);
         QVERIFY(outfits.at(1)->isSeparator());
-        QCOMPARE(outfits.at(0)->text(), u"Seasonal"_s);
         outfits.removeAt(1);
         for (int i = 0; i < 16; ++i) {
             QCOMPARE(outfits.at(i)->data().toInt(), i);
-            QCOMPARE(outfits.at(i)->text(), Preferences::label(Preferences::allOutfits[size_t(i)]));
             QCOMPARE(outfits.at(i)->isChecked(), Preferences::allOutfits[size_t(i)] == Preferences::Outfit::frieren);
         }
 
@@ -330,7 +280,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("tag");
         QTest::addColumn<Preferences::Size>("size");
         QTest::addRow("0 small") << 0 << Preferences::Size::small;
-        QTest::addRow("1 medium") << 1 << Preferences::Size::medium;
         QTest::addRow("2 large") << 2 << Preferences::Size::large;
         QTest::addRow("unknown tag medium") << 7 << Preferences::Size::medium;
     }
@@ -340,8 +289,7 @@ private Q_SLOTS:
         Fixture f(false, [](Preferences &p) { p.setSize(Preferences::Size::small); });
         f.controller->pickSize(tag == 0 ? 2 : 0);
         f.controller->pickSize(tag);
-        QFETCH(Preferences::Size, size);
-        QCOMPARE(f.prefs.size(), size);
+        QTEST(f.prefs.size(), "size");
         f.controller->pickOutfit(15);
         f.controller->pickOutfit(16);
         f.controller->pickOutfit(-1);

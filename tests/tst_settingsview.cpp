@@ -6,6 +6,7 @@
 #include "preferences.h"
 #include "qmlregistration.h"
 #include "sessionwatcher.h"
+#include "testsupport.h"
 #include "windowmanager.h"
 
 #include <QAccessible>
@@ -21,27 +22,6 @@ using QuickDriver::find;
 
 namespace
 {
-// A folder chooser that records how it was opened and then picks a scripted answer.
-class ScriptedPrompt : public FolderPrompt
-{
-public:
-    explicit ScriptedPrompt(std::optional<QString> answer, QStringList *startFolders)
-        : m_answer(std::move(answer))
-        , m_startFolders(startFolders)
-    {
-    }
-    std::optional<QString> chooseFolder(const QString &, const QString &, const QString &startFolder) override
-    {
-        m_startFolders->append(startFolder);
-        return m_answer;
-    }
-    bool ask(const QString &, const QString &, const QStringList &) override { return false; }
-
-private:
-    std::optional<QString> m_answer;
-    QStringList *m_startFolders;
-};
-
 const FleetFolder &folder(const QString &id)
 {
     for (const FleetFolder &known : FleetAccess::folders()) {
@@ -63,29 +43,9 @@ class SettingsViewTest : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void switchWritesItsSetting_data();
-    void switchWritesItsSetting();
-    void sizePillsWriteAndReflect_data();
-    void sizePillsWriteAndReflect();
-    void pickingAnOutfitWritesIt_data();
-    void pickingAnOutfitWritesIt();
-    void seasonalTileShowsTodaysOutfit();
-    void bedtimeRowsFollowTheStoredCount_data();
-    void bedtimeRowsFollowTheStoredCount();
-    void pickingABedtimeWritesItAndRefreshes();
-    void loginSwitchShowsTheRegistration();
-    void refusedLoginRegistrationLeavesTheSwitchOff();
-    void folderRowsByGrantState_data();
-    void folderRowsByGrantState();
-    void removeRevokesAndRefreshes();
-    void allowOpensTheChooserAtTheFolder();
-    void footerCarriesTheVersion();
+    QTemporaryDir m_config;
+    QQuickView *m_view = nullptr;
 
-private:
     QQuickItem *item(const QString &name) const
     {
         QQuickItem *found = find(m_view->rootObject(), name);
@@ -94,328 +54,292 @@ private:
         return found;
     }
 
-    QTemporaryDir m_config;
-    QQuickView *m_view = nullptr;
-};
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // The shared singletons must never see the real user's settings or autostart entries.
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_config.isValid());
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
+        Preferences::shared()->defaults().clear();
+        Fonts::registerAll();
+        revokeAll();
+        WindowManager::shared()->showSettings();
+        m_view = WindowManager::shared()->settings();
+        QVERIFY(m_view);
+        QCOMPARE(m_view->status(), QQuickView::Ready);
+    }
+    void init()
+    {
+        FolderGrants::shared()->setDirect(true);
+        QVERIFY(QTest::qWaitForWindowExposed(m_view));
+    }
+    void cleanup()
+    {
+        revokeAll();
+        FleetAccess::shared()->setPrompt(nullptr);
+    }
 
-void SettingsViewTest::initTestCase()
-{
-    // The shared singletons must never see the real user's settings or autostart entries.
-    QStandardPaths::setTestModeEnabled(true);
-    QVERIFY(m_config.isValid());
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
-    Preferences::shared()->defaults().clear();
-    Fonts::registerAll();
-    revokeAll();
-    WindowManager::shared()->showSettings();
-    m_view = WindowManager::shared()->settings();
-    QVERIFY(m_view);
-    QCOMPARE(m_view->status(), QQuickView::Ready);
-}
+    void switchWritesItsSetting_data()
+    {
+        QTest::addColumn<QString>("property"); // also the stored key, and the switch's name without "Switch"
+        for (const QString &property : { u"keepOnTop"_s, u"allSpaces"_s, u"speechBubbles"_s, u"percentTag"_s })
+            QTest::addRow("%s", qPrintable(property)) << property;
+    }
 
-void SettingsViewTest::init()
-{
-    FolderGrants::shared()->setDirect(true);
-    QVERIFY(QTest::qWaitForWindowExposed(m_view));
-}
+    void switchWritesItsSetting()
+    {
+        QFETCH(QString, property);
+        Preferences *prefs = Preferences::shared();
+        QQuickItem *control = item(property + u"Switch"_s);
+        QVERIFY(control);
+        QQuickItem *knob = control->findChild<QQuickItem *>(u"knob"_s);
+        QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
+        QVERIFY(knob && accessible);
+        QCOMPARE(accessible->role(), QAccessible::CheckBox);
 
-void SettingsViewTest::cleanup()
-{
-    revokeAll();
-    FleetAccess::shared()->setPrompt(nullptr);
-}
+        // A stored value shows; a click writes the other one through, and the knob ends at that edge.
+        for (const bool stored : { false, true }) {
+            prefs->setProperty(property.toUtf8(), stored);
+            QVERIFY(control->property("isOn").toBool() == stored && accessible->state().checked == stored);
 
-void SettingsViewTest::switchWritesItsSetting_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("property");
-    QTest::addColumn<QString>("key");
+            click(control);
+            QCOMPARE(prefs->property(property.toUtf8()).toBool(), !stored);
+            QCOMPARE(prefs->defaults().value(property).toBool(), !stored);
+            QCOMPARE(control->property("isOn").toBool(), !stored);
+            QTRY_COMPARE(knob->x(), !stored ? control->width() - 3 - knob->width() : 3.0);
+        }
 
-    QTest::addRow("keep on top") << u"keepOnTopSwitch"_s << u"keepOnTop"_s << u"keepOnTop"_s;
-    QTest::addRow("every desktop") << u"allSpacesSwitch"_s << u"allSpaces"_s << u"allSpaces"_s;
-    QTest::addRow("speech bubbles") << u"speechBubblesSwitch"_s << u"speechBubbles"_s << u"speechBubbles"_s;
-    QTest::addRow("percent tag") << u"percentTagSwitch"_s << u"percentTag"_s << u"percentTag"_s;
-}
-
-void SettingsViewTest::switchWritesItsSetting()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, property);
-    QFETCH(QString, key);
-    Preferences *prefs = Preferences::shared();
-    QQuickItem *control = item(name);
-    QVERIFY(control);
-    QQuickItem *knob = control->findChild<QQuickItem *>(u"knob"_s);
-    QVERIFY(knob);
-    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
-    QVERIFY(accessible);
-    QCOMPARE(accessible->role(), QAccessible::CheckBox);
-
-    // A stored value shows; a click writes the other one through, and the knob ends at that edge.
-    for (const bool stored : { false, true }) {
-        prefs->setProperty(property.toUtf8(), stored);
-        QCOMPARE(control->property("isOn").toBool(), stored);
-        QCOMPARE(accessible->state().checked, stored);
-
+        // Two quick clicks come back to the start, knob included.
+        const bool start = prefs->property(property.toUtf8()).toBool();
         click(control);
-        QCOMPARE(prefs->property(property.toUtf8()).toBool(), !stored);
-        QCOMPARE(prefs->defaults().value(key).toBool(), !stored);
-        QCOMPARE(control->property("isOn").toBool(), !stored);
-        QTRY_COMPARE(knob->x(), !stored ? control->width() - 3 - knob->width() : 3.0);
+        click(control);
+        QCOMPARE(prefs->property(property.toUtf8()).toBool(), start);
+        QTRY_COMPARE(knob->x(), start ? control->width() - 3 - knob->width() : 3.0);
     }
 
-    // Two quick clicks come back to the start, knob included.
-    const bool start = prefs->property(property.toUtf8()).toBool();
-    click(control);
-    click(control);
-    QCOMPARE(prefs->property(property.toUtf8()).toBool(), start);
-    QTRY_COMPARE(knob->x(), start ? control->width() - 3 - knob->width() : 3.0);
-}
+    void sizePillsWriteAndReflect_data()
+    {
+        QTest::addColumn<Preferences::Size>("size");
+        QTest::addColumn<Preferences::Size>("picked");
+        QTest::addRow("small to large") << Preferences::Size::small << Preferences::Size::large;
+        QTest::addRow("medium again") << Preferences::Size::medium << Preferences::Size::medium;
+    }
 
-void SettingsViewTest::sizePillsWriteAndReflect_data()
-{
-    QTest::addColumn<Preferences::Size>("size");
-    QTest::addColumn<Preferences::Size>("picked");
-    QTest::addColumn<QString>("label");
+    void sizePillsWriteAndReflect()
+    {
+        QFETCH(Preferences::Size, size);
+        QFETCH(Preferences::Size, picked);
+        Preferences *prefs = Preferences::shared();
+        QQuickItem *pills = item(u"sizePills"_s);
+        QVERIFY(pills);
 
-    QTest::addRow("small to large") << Preferences::Size::small << Preferences::Size::large << u"Large"_s;
-    QTest::addRow("large to small") << Preferences::Size::large << Preferences::Size::small << u"Small"_s;
-    QTest::addRow("medium again") << Preferences::Size::medium << Preferences::Size::medium << u"Medium"_s;
-}
+        const auto chosen = [&] {
+            QList<int> on;
+            for (int i = 0; i < 3; ++i) {
+                if (find(pills, u"pill_%1"_s.arg(i))->property("chosen").toBool())
+                    on.append(i);
+            }
+            return on;
+        };
+        prefs->setSize(size);
+        QCOMPARE(chosen(), QList<int> { static_cast<int>(size) });
 
-void SettingsViewTest::sizePillsWriteAndReflect()
-{
-    QFETCH(Preferences::Size, size);
-    QFETCH(Preferences::Size, picked);
-    Preferences *prefs = Preferences::shared();
-    QQuickItem *pills = item(u"sizePills"_s);
-    QVERIFY(pills);
+        QSignalSpy written(prefs, &Preferences::sizeChanged);
+        QQuickItem *pill = find(pills, u"pill_%1"_s.arg(static_cast<int>(picked)));
+        click(pill);
+        QCOMPARE(written.size(), 1);
+        QCOMPARE(prefs->size(), picked);
+        QCOMPARE(prefs->defaults().value(u"petSize"_s).toInt(), static_cast<int>(picked));
+        QCOMPARE(chosen(), QList<int> { static_cast<int>(picked) });
+        QVERIFY(QAccessible::queryAccessibleInterface(pill)->state().checked);
 
-    const auto chosen = [&] {
-        QList<int> on;
-        for (int i = 0; i < 3; ++i) {
-            if (find(pills, u"pill_%1"_s.arg(i))->property("chosen").toBool())
-                on.append(i);
+        // The dark capsule settles behind the chosen pill.
+        QQuickItem *slider = pills->findChild<QQuickItem *>(u"slider"_s);
+        QTRY_COMPARE(slider->mapToScene(QPointF(0, 0)), pill->mapToScene(QPointF(0, 0)));
+        QCOMPARE(slider->width(), pill->width());
+    }
+
+    void pickingAnOutfitWritesIt_data()
+    {
+        QTest::addColumn<Preferences::Outfit>("from");
+        QTest::addColumn<Preferences::Outfit>("to");
+
+        QTest::addRow("first tile") << Preferences::Outfit::office << Preferences::Outfit::seasonal;
+        QTest::addRow("the last tile, below the fold") << Preferences::Outfit::seasonal << Preferences::Outfit::seifuku;
+        QTest::addRow("the chosen tile again") << Preferences::Outfit::titan << Preferences::Outfit::titan;
+    }
+
+    void pickingAnOutfitWritesIt()
+    {
+        QFETCH(Preferences::Outfit, from);
+        QFETCH(Preferences::Outfit, to);
+        Preferences *prefs = Preferences::shared();
+        prefs->setOutfit(from);
+        QSignalSpy written(prefs, &Preferences::outfitChanged);
+
+        QQuickItem *tile = item(u"tile_"_s + Preferences::rawValue(to));
+        QVERIFY(tile);
+        click(tile);
+        QCOMPARE(written.size(), 1);
+        QCOMPARE(prefs->outfit(), to);
+        QCOMPARE(prefs->defaults().value(u"outfit"_s).toString(), Preferences::rawValue(to));
+
+        // Exactly one card carries the heavy outline, and assistive tools hear which.
+        for (const Preferences::Outfit outfit : Preferences::allOutfits) {
+            QQuickItem *each = item(u"tile_"_s + Preferences::rawValue(outfit));
+            const bool selected = each->property("selected").toBool();
+            QCOMPARE(selected, outfit == to);
+            const QObject *pen = each->findChild<QQuickItem *>(u"outline"_s)->property("border").value<QObject *>();
+            QCOMPARE(pen->property("width").toReal(), selected ? 1.5 : 1.0);
+            QCOMPARE(QAccessible::queryAccessibleInterface(each)->state().checked, outfit == to);
         }
-        return on;
-    };
-    prefs->setSize(size);
-    QCOMPARE(chosen(), QList<int> { static_cast<int>(size) });
-
-    QSignalSpy written(prefs, &Preferences::sizeChanged);
-    QQuickItem *pill = find(pills, u"pill_%1"_s.arg(static_cast<int>(picked)));
-    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(pill);
-    QTEST(accessible->text(QAccessible::Name), "label");
-    click(pill);
-    QCOMPARE(written.size(), 1);
-    QCOMPARE(prefs->size(), picked);
-    QCOMPARE(prefs->defaults().value(u"petSize"_s).toInt(), static_cast<int>(picked));
-    QCOMPARE(chosen(), QList<int> { static_cast<int>(picked) });
-    QVERIFY(accessible->state().checked);
-
-    // The dark capsule settles behind the chosen pill.
-    QQuickItem *slider = pills->findChild<QQuickItem *>(u"slider"_s);
-    QTRY_COMPARE(slider->mapToScene(QPointF(0, 0)), pill->mapToScene(QPointF(0, 0)));
-    QCOMPARE(slider->width(), pill->width());
-}
-
-void SettingsViewTest::pickingAnOutfitWritesIt_data()
-{
-    QTest::addColumn<Preferences::Outfit>("from");
-    QTest::addColumn<Preferences::Outfit>("to");
-
-    QTest::addRow("first tile") << Preferences::Outfit::office << Preferences::Outfit::seasonal;
-    QTest::addRow("a middle tile") << Preferences::Outfit::seasonal << Preferences::Outfit::eva;
-    QTest::addRow("the last tile, below the fold") << Preferences::Outfit::seasonal << Preferences::Outfit::seifuku;
-    QTest::addRow("the chosen tile again") << Preferences::Outfit::titan << Preferences::Outfit::titan;
-}
-
-void SettingsViewTest::pickingAnOutfitWritesIt()
-{
-    QFETCH(Preferences::Outfit, from);
-    QFETCH(Preferences::Outfit, to);
-    Preferences *prefs = Preferences::shared();
-    prefs->setOutfit(from);
-    QSignalSpy written(prefs, &Preferences::outfitChanged);
-
-    QQuickItem *tile = item(u"tile_"_s + Preferences::rawValue(to));
-    QVERIFY(tile);
-    click(tile);
-    QCOMPARE(written.size(), 1);
-    QCOMPARE(prefs->outfit(), to);
-    QCOMPARE(prefs->defaults().value(u"outfit"_s).toString(), Preferences::rawValue(to));
-
-    // Exactly one card carries the heavy outline, and assistive tools hear which.
-    for (const Preferences::Outfit outfit : Preferences::allOutfits) {
-        QQuickItem *each = item(u"tile_"_s + Preferences::rawValue(outfit));
-        const bool selected = each->property("selected").toBool();
-        QCOMPARE(selected, outfit == to);
-        const QObject *pen = each->findChild<QQuickItem *>(u"outline"_s)->property("border").value<QObject *>();
-        QCOMPARE(pen->property("width").toReal(), selected ? 1.5 : 1.0);
-        QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(each);
-        QCOMPARE(accessible->text(QAccessible::Name), Preferences::label(outfit));
-        QCOMPARE(accessible->state().checked, outfit == to);
     }
-}
 
-void SettingsViewTest::seasonalTileShowsTodaysOutfit()
-{
-    const QString today = Preferences::rawValue(Preferences::resolved(Preferences::Outfit::seasonal));
-    QQuickItem *seasonal = item(u"tile_seasonal"_s);
-    QQuickItem *sprite = seasonal->findChild<QQuickItem *>(u"sprite"_s);
-    QCOMPARE(sprite->property("source").toUrl(), QUrl(u"image://sprites/"_s + today + u"/0"_s));
-    QTRY_COMPARE(sprite->property("status").toInt(), 1); // Image.Ready
-    QVERIFY(find(seasonal, u"autoBadge"_s));
-    // Only the seasonal card wears the badge.
-    QVERIFY(!find(item(u"tile_office"_s), u"autoBadge"_s));
-}
-
-void SettingsViewTest::bedtimeRowsFollowTheStoredCount_data()
-{
-    QTest::addColumn<qint64>("stored");
-    QTest::addColumn<int>("selectedRow");
-
-    QTest::addRow("0 is the full window") << qint64(0) << 0;
-    QTest::addRow("200K") << qint64(200'000) << 1;
-    QTest::addRow("400K") << qint64(400'000) << 2;
-    QTest::addRow("a count written by hand matches no row") << qint64(123) << -1;
-}
-
-void SettingsViewTest::bedtimeRowsFollowTheStoredCount()
-{
-    QFETCH(qint64, stored);
-    QFETCH(int, selectedRow);
-    Preferences::shared()->setBedtime(stored);
-    for (int row = 0; row < 3; ++row) {
-        QQuickItem *bedtime = item(u"bedtime_%1"_s.arg(row));
-        QCOMPARE(bedtime->property("selected").toBool(), row == selectedRow);
-        QCOMPARE(QAccessible::queryAccessibleInterface(bedtime)->state().checked, row == selectedRow);
+    void seasonalTileShowsTodaysOutfit()
+    {
+        const QString today = Preferences::rawValue(Preferences::resolved(Preferences::Outfit::seasonal));
+        QQuickItem *seasonal = item(u"tile_seasonal"_s);
+        QQuickItem *sprite = seasonal->findChild<QQuickItem *>(u"sprite"_s);
+        QCOMPARE(sprite->property("source").toUrl(), QUrl(u"image://sprites/"_s + today + u"/0"_s));
+        QTRY_COMPARE(sprite->property("status").toInt(), 1); // Image.Ready
+        QVERIFY(find(seasonal, u"autoBadge"_s));
+        // Only the seasonal card wears the badge.
+        QVERIFY(!find(item(u"tile_office"_s), u"autoBadge"_s));
     }
-    QCOMPARE(item(u"bedtime_0"_s)->property("value").toString(), u"Full"_s);
-    QCOMPARE(item(u"bedtime_1"_s)->property("value").toString(), u"200K"_s);
-}
 
-void SettingsViewTest::pickingABedtimeWritesItAndRefreshes()
-{
-    Preferences *prefs = Preferences::shared();
-    prefs->setBedtime(123);
-    QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
-    for (const auto &[row, tokens] : { std::pair { 2, qint64(400'000) }, std::pair { 1, qint64(200'000) }, std::pair { 0, qint64(0) } }) {
-        click(item(u"bedtime_%1"_s.arg(row)));
-        QCOMPARE(prefs->bedtime(), tokens);
-        QCOMPARE(prefs->defaults().value(u"bedtimeTokens"_s).toLongLong(), tokens);
-        QVERIFY(item(u"bedtime_%1"_s.arg(row))->property("selected").toBool());
+    void bedtimeRowsFollowTheStoredCount_data()
+    {
+        QTest::addColumn<qint64>("stored");
+        QTest::addColumn<int>("selectedRow");
+
+        QTest::addRow("0 is the full window") << qint64(0) << 0;
+        QTest::addRow("400K") << qint64(400'000) << 2;
+        QTest::addRow("a count written by hand matches no row") << qint64(123) << -1;
     }
-    QCOMPARE(refreshed.size(), 3);
-}
 
-void SettingsViewTest::loginSwitchShowsTheRegistration()
-{
-    Preferences *prefs = Preferences::shared();
-    QQuickItem *login = item(u"openAtLoginSwitch"_s);
-    const QString entry = m_config.filePath(u"autostart/yuzuha.desktop"_s);
-    prefs->setOpenAtLogin(false);
-    QVERIFY(!QFile::exists(entry));
-    QCOMPARE(login->property("isOn").toBool(), false);
-
-    click(login);
-    QVERIFY(QFile::exists(entry));
-    QVERIFY(prefs->openAtLogin());
-    QCOMPARE(login->property("isOn").toBool(), true);
-
-    click(login);
-    QVERIFY(!QFile::exists(entry));
-    QCOMPARE(login->property("isOn").toBool(), false);
-}
-
-void SettingsViewTest::refusedLoginRegistrationLeavesTheSwitchOff()
-{
-    // A plain file where the autostart folder belongs: the registration cannot be written.
-    const QString folder = m_config.filePath(u"autostart"_s);
-    QDir(folder).removeRecursively();
-    QFile blocker(folder);
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
-
-    QQuickItem *login = item(u"openAtLoginSwitch"_s);
-    click(login);
-    QVERIFY(!Preferences::shared()->openAtLogin());
-    QCOMPARE(login->property("isOn").toBool(), false);
-    QVERIFY(QFile::remove(folder));
-}
-
-void SettingsViewTest::folderRowsByGrantState_data()
-{
-    QTest::addColumn<bool>("direct");
-    QTest::addColumn<bool>("granted");
-    QTest::addColumn<QStringList>("shown");
-
-    QTest::addRow("direct access reads every folder") << true << true << QStringList { u"readingBadge"_s };
-    QTest::addRow("direct access, even without a grant") << true << false << QStringList { u"readingBadge"_s };
-    QTest::addRow("granted") << false << true << QStringList { u"removeButton"_s, u"allowedBadge"_s };
-    QTest::addRow("not granted") << false << false << QStringList { u"allowButton"_s };
-}
-
-void SettingsViewTest::folderRowsByGrantState()
-{
-    QFETCH(bool, direct);
-    QFETCH(bool, granted);
-    QFETCH(QStringList, shown);
-    FolderGrants::shared()->setDirect(direct);
-    for (const FleetFolder &known : FleetAccess::folders()) {
-        if (granted)
-            FleetAccess::shared()->store(FleetAccess::shared()->home(), known);
-    }
-    for (const FleetFolder &known : FleetAccess::folders()) {
-        QQuickItem *row = item(u"folder_"_s + known.id);
-        QVERIFY(row);
-        QStringList visible;
-        for (const QString &name : { u"readingBadge"_s, u"removeButton"_s, u"allowedBadge"_s, u"allowButton"_s }) {
-            if (find(row, name))
-                visible.append(name);
+    void bedtimeRowsFollowTheStoredCount()
+    {
+        QFETCH(qint64, stored);
+        QFETCH(int, selectedRow);
+        Preferences::shared()->setBedtime(stored);
+        for (int row = 0; row < 3; ++row) {
+            QQuickItem *bedtime = item(u"bedtime_%1"_s.arg(row));
+            QCOMPARE(bedtime->property("selected").toBool(), row == selectedRow);
+            QCOMPARE(QAccessible::queryAccessibleInterface(bedtime)->state().checked, row == selectedRow);
         }
-        QCOMPARE(visible, shown);
     }
-}
 
-void SettingsViewTest::removeRevokesAndRefreshes()
-{
-    FolderGrants::shared()->setDirect(false);
-    FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"codex"_s));
-    QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
-    QQuickItem *row = item(u"folder_codex"_s);
+    void pickingABedtimeWritesItAndRefreshes()
+    {
+        Preferences *prefs = Preferences::shared();
+        prefs->setBedtime(123);
+        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
+        for (const auto &[row, tokens] : { std::pair { 2, qint64(400'000) }, std::pair { 1, qint64(200'000) }, std::pair { 0, qint64(0) } }) {
+            click(item(u"bedtime_%1"_s.arg(row)));
+            QCOMPARE(prefs->bedtime(), tokens);
+            QCOMPARE(prefs->defaults().value(u"bedtimeTokens"_s).toLongLong(), tokens);
+            QVERIFY(item(u"bedtime_%1"_s.arg(row))->property("selected").toBool());
+        }
+        QCOMPARE(refreshed.size(), 3);
+    }
 
-    click(find(row, u"removeButton"_s));
-    QVERIFY(!FleetAccess::shared()->grantedIds().contains(u"codex"_s));
-    QCOMPARE(refreshed.size(), 1);
-    QVERIFY(find(row, u"allowButton"_s));
-    QVERIFY(!find(row, u"allowedBadge"_s));
-}
+    void loginSwitchShowsTheRegistration()
+    {
+        Preferences *prefs = Preferences::shared();
+        QQuickItem *login = item(u"openAtLoginSwitch"_s);
+        const QString entry = m_config.filePath(u"autostart/yuzuha.desktop"_s);
+        prefs->setOpenAtLogin(false);
+        QVERIFY(!QFile::exists(entry));
+        QCOMPARE(login->property("isOn").toBool(), false);
 
-void SettingsViewTest::allowOpensTheChooserAtTheFolder()
-{
-    FolderGrants::shared()->setDirect(false);
-    QStringList startFolders;
-    // The user cancels: nothing is granted, and the watcher is still asked to look again.
-    FleetAccess::shared()->setPrompt(std::make_unique<ScriptedPrompt>(std::nullopt, &startFolders));
-    QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
-    QQuickItem *row = item(u"folder_claude"_s);
+        click(login);
+        QVERIFY(QFile::exists(entry) && prefs->openAtLogin());
+        QCOMPARE(login->property("isOn").toBool(), true);
 
-    click(find(row, u"allowButton"_s));
-    QCOMPARE(startFolders, QStringList { FleetAccess::shared()->home() + u"/.claude/projects"_s });
-    QVERIFY(FleetAccess::shared()->grantedIds().isEmpty());
-    QCOMPARE(refreshed.size(), 1);
+        click(login);
+        QVERIFY(!QFile::exists(entry));
+        QCOMPARE(login->property("isOn").toBool(), false);
+    }
 
-    // A grant arriving from anywhere turns the button into the badge.
-    FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"claude"_s));
-    QVERIFY(find(row, u"allowedBadge"_s));
-    QVERIFY(!find(row, u"allowButton"_s));
-}
+    void refusedLoginRegistrationLeavesTheSwitchOff()
+    {
+        // A plain file where the autostart folder belongs: the registration cannot be written.
+        const QString folder = m_config.filePath(u"autostart"_s);
+        QDir(folder).removeRecursively();
+        QVERIFY(!TestSupport::writeFile(folder, {}).isEmpty());
 
-void SettingsViewTest::footerCarriesTheVersion()
-{
-    QCOMPARE(item(u"version"_s)->property("text").toString(), u"Yuzuha "_s + AppInfo::version.toString());
-}
+        QQuickItem *login = item(u"openAtLoginSwitch"_s);
+        click(login);
+        QVERIFY(!Preferences::shared()->openAtLogin());
+        QCOMPARE(login->property("isOn").toBool(), false);
+        QVERIFY(QFile::remove(folder));
+    }
+
+    void folderRowsByGrantState_data()
+    {
+        QTest::addColumn<bool>("direct");
+        QTest::addColumn<bool>("granted");
+        QTest::addColumn<QStringList>("shown");
+
+        QTest::addRow("direct access reads every folder, even without a grant") << true << false << QStringList { u"readingBadge"_s };
+        QTest::addRow("granted") << false << true << QStringList { u"removeButton"_s, u"allowedBadge"_s };
+        QTest::addRow("not granted") << false << false << QStringList { u"allowButton"_s };
+    }
+
+    void folderRowsByGrantState()
+    {
+        QFETCH(bool, direct);
+        QFETCH(bool, granted);
+        QFETCH(QStringList, shown);
+        FolderGrants::shared()->setDirect(direct);
+        for (const FleetFolder &known : FleetAccess::folders()) {
+            if (granted)
+                FleetAccess::shared()->store(FleetAccess::shared()->home(), known);
+            QQuickItem *row = item(u"folder_"_s + known.id);
+            QVERIFY(row);
+            QStringList visible;
+            for (const QString &name : { u"readingBadge"_s, u"removeButton"_s, u"allowedBadge"_s, u"allowButton"_s }) {
+                if (find(row, name))
+                    visible.append(name);
+            }
+            QCOMPARE(visible, shown);
+        }
+    }
+
+    void removeRevokesAndRefreshes()
+    {
+        FolderGrants::shared()->setDirect(false);
+        FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"codex"_s));
+        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
+        QQuickItem *row = item(u"folder_codex"_s);
+
+        click(find(row, u"removeButton"_s));
+        QVERIFY(!FleetAccess::shared()->grantedIds().contains(u"codex"_s));
+        QCOMPARE(refreshed.size(), 1);
+        QVERIFY(find(row, u"allowButton"_s) && !find(row, u"allowedBadge"_s));
+    }
+
+    void allowOpensTheChooserAtTheFolder()
+    {
+        FolderGrants::shared()->setDirect(false);
+        // The user cancels: nothing is granted, and the watcher is still asked to look again.
+        auto prompt = std::make_unique<TestSupport::ScriptedPrompt>();
+        const QStringList &startFolders = prompt->startFolders;
+        FleetAccess::shared()->setPrompt(std::move(prompt));
+        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
+        QQuickItem *row = item(u"folder_claude"_s);
+
+        click(find(row, u"allowButton"_s));
+        QCOMPARE(startFolders, QStringList { FleetAccess::shared()->home() + u"/.claude/projects"_s });
+        QVERIFY(FleetAccess::shared()->grantedIds().isEmpty());
+        QCOMPARE(refreshed.size(), 1);
+
+        // A grant arriving from anywhere turns the button into the badge.
+        FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"claude"_s));
+        QVERIFY(find(row, u"allowedBadge"_s) && !find(row, u"allowButton"_s));
+    }
+};
 
 QTEST_MAIN(SettingsViewTest)
 #include "tst_settingsview.moc"

@@ -8,7 +8,6 @@ using namespace Qt::StringLiterals;
 
 using OptionalCount = std::optional<qint64>;
 Q_DECLARE_METATYPE(OptionalCount)
-Q_DECLARE_METATYPE(Session)
 
 class TestTiers : public QObject
 {
@@ -23,14 +22,13 @@ private Q_SLOTS:
         QTest::addColumn<int>("tier");
         constexpr qint64 max = std::numeric_limits<qint64>::max();
         QTest::addRow("no tokens") << OptionalCount() << qint64(200'000) << 0 << 0;
-        QTest::addRow("zero tokens") << OptionalCount(0) << qint64(200'000) << 0 << 0;
         QTest::addRow("zero window") << OptionalCount(150'000) << qint64(0) << 0 << 0;
-        QTest::addRow("negative window") << OptionalCount(150'000) << qint64(-200'000) << 0 << 0;
         QTest::addRow("negative tokens read as empty") << OptionalCount(-50'000) << qint64(200'000) << 0 << 0;
         QTest::addRow("14.9995 percent truncates to 14") << OptionalCount(29'999) << qint64(200'000) << 14 << 0;
         QTest::addRow("15 percent is tier 1") << OptionalCount(30'000) << qint64(200'000) << 15 << 1;
         QTest::addRow("30 percent is tier 2") << OptionalCount(60'000) << qint64(200'000) << 30 << 2;
         QTest::addRow("45 percent is tier 3") << OptionalCount(90'000) << qint64(200'000) << 45 << 3;
+        QTest::addRow("59.9995 percent is still tier 3") << OptionalCount(119'999) << qint64(200'000) << 59 << 3;
         QTest::addRow("60 percent is tier 4") << OptionalCount(120'000) << qint64(200'000) << 60 << 4;
         QTest::addRow("80 percent is tier 5") << OptionalCount(160'000) << qint64(200'000) << 80 << 5;
         QTest::addRow("94 percent is still tier 5") << OptionalCount(189'999) << qint64(200'000) << 94 << 5;
@@ -38,7 +36,6 @@ private Q_SLOTS:
         QTest::addRow("a bedtime window measures the same count") << OptionalCount(190'000) << qint64(1'000'000) << 19 << 1;
         QTest::addRow("over the window caps at 100") << OptionalCount(250'000) << qint64(200'000) << 100 << 6;
         QTest::addRow("huge count whose ×100 overflows") << OptionalCount(max / 10) << qint64(200'000) << 100 << 6;
-        QTest::addRow("largest count") << OptionalCount(max) << qint64(1) << 100 << 6;
         QTest::addRow("largest count in the largest window") << OptionalCount(max) << max << 100 << 6;
         QTest::addRow("tiny share of a huge window") << OptionalCount(1'000) << max << 0 << 0;
     }
@@ -46,13 +43,8 @@ private Q_SLOTS:
     {
         QFETCH(OptionalCount, tokens);
         QFETCH(qint64, window);
-        QFETCH(int, percent);
-        QFETCH(int, tier);
-        QCOMPARE(Tiers::percent(tokens, window), percent);
-        QCOMPARE(Tiers::tier(tokens, window), tier);
-        const Session session { u"/s.jsonl"_s, Provider::claude, u"p"_s, tokens, window, {}, {} };
-        QCOMPARE(session.percent(), percent);
-        QCOMPARE(session.tier(), tier);
+        QTEST(Tiers::percent(tokens, window), "percent");
+        QTEST(Tiers::tier(tokens, window), "tier");
     }
 
     void providerRawValues_data()
@@ -73,36 +65,6 @@ private Q_SLOTS:
         QCOMPARE(parsed ? int(*parsed) : -1, provider);
         if (parsed)
             QCOMPARE(providerRawValue(*parsed), raw);
-    }
-
-    void sessionEquality_data()
-    {
-        QTest::addColumn<Session>("other");
-        const Session base = baseSession();
-        QTest::addRow("identical") << base;
-        Session s = base;
-        s.tokens.reset();
-        QTest::addRow("tokens absent") << s;
-        s = base;
-        s.tokens = 0;
-        QTest::addRow("tokens zero") << s;
-        s = base;
-        s.lastActivity = s.lastActivity.addMSecs(1);
-        QTest::addRow("lastActivity only") << s;
-    }
-    void sessionEquality()
-    {
-        QFETCH(Session, other);
-        const bool same = QTest::currentDataTag() == QByteArrayView("identical");
-        QCOMPARE(baseSession() == other, same);
-        QCOMPARE(baseSession() != other, !same);
-    }
-
-private:
-    static Session baseSession()
-    {
-        const QDateTime start(QDate(2024, 3, 12), QTime(9, 0), Qt::UTC);
-        return Session { u"/home/u/.claude/projects/p/a.jsonl"_s, Provider::claude, u"p"_s, 46'203, 200'000, start, start.addSecs(600) };
     }
 };
 

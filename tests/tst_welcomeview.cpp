@@ -53,153 +53,117 @@ class WelcomeViewTest : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void contentFollowsTheGrants_data();
-    void contentFollowsTheGrants();
-    void grantingTurnsLaterIntoStartTheDay();
-    void closingButtonFinishesTheWelcome_data();
-    void closingButtonFinishesTheWelcome();
-    void titleBarCloseKeepsTheWelcomeForNextTime();
-    void portraitWearsTheOutfitOfWhenItWasBuilt();
-
-private:
     QTemporaryDir m_config;
-};
 
-void WelcomeViewTest::initTestCase()
-{
-    // The shared singletons must never see the real user's settings or autostart entries.
-    QStandardPaths::setTestModeEnabled(true);
-    QVERIFY(m_config.isValid());
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
-    Preferences::shared()->defaults().clear();
-    Fonts::registerAll();
-}
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // The shared singletons must never see the real user's settings or autostart entries.
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_config.isValid());
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
+        Preferences::shared()->defaults().clear();
+        Fonts::registerAll();
+    }
+    void init()
+    {
+        FolderGrants::shared()->setDirect(true);
+        grantOnly({});
+        Preferences::shared()->defaults().remove(Preferences::hasSeenWelcomeKey.toString());
+    }
+    void cleanup()
+    {
+        forgetWelcome();
+        grantOnly({});
+    }
 
-void WelcomeViewTest::init()
-{
-    FolderGrants::shared()->setDirect(true);
-    grantOnly({});
-    Preferences::shared()->defaults().remove(Preferences::hasSeenWelcomeKey.toString());
-}
-
-void WelcomeViewTest::cleanup()
-{
-    forgetWelcome();
-    grantOnly({});
-}
-
-void WelcomeViewTest::contentFollowsTheGrants_data()
-{
-    QTest::addColumn<bool>("direct");
-    QTest::addColumn<QStringList>("granted");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<bool>("prominent");
-    QTest::addColumn<bool>("box");
-
-    QTest::addRow("direct access with every folder: no box, start") << true << QStringList { u"claude"_s, u"codex"_s } << u"Start the day"_s << true << false;
-    QTest::addRow("grants needed, none given: box, later") << false << QStringList {} << u"Later"_s << false << true;
-    QTest::addRow("grants needed, one given: box, start") << false << QStringList { u"codex"_s } << u"Start the day"_s << true << true;
-}
-
-void WelcomeViewTest::contentFollowsTheGrants()
-{
-    QFETCH(bool, direct);
-    QFETCH(QStringList, granted);
-    QFETCH(bool, box);
-    FolderGrants::shared()->setDirect(direct);
-    grantOnly(granted);
-
-    QQuickView *view = welcome();
-    QVERIFY(view);
-    QQuickItem *button = find(view->rootObject(), u"closingButton"_s);
-    QVERIFY(button);
-    QTEST(button->property("text").toString(), "title");
-    QTEST(button->property("prominent").toBool(), "prominent");
-    QQuickItem *folderBox = find(view->rootObject(), u"folderBox"_s);
-    QCOMPARE(folderBox != nullptr, box);
-    if (folderBox) {
+    void contentFollowsTheGrants_data()
+    {
+        QTest::addColumn<bool>("direct");
+        QTest::addColumn<QStringList>("granted");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("box");
+        QTest::addRow("direct access with every folder: no box, start") << true << QStringList { u"claude"_s, u"codex"_s } << u"Start the day"_s << false;
+        QTest::addRow("grants needed, none given: box, later") << false << QStringList {} << u"Later"_s << true;
+        QTest::addRow("grants needed, one given: box, start") << false << QStringList { u"codex"_s } << u"Start the day"_s << true;
+    }
+    void contentFollowsTheGrants()
+    {
+        QFETCH(bool, direct);
+        QFETCH(QStringList, granted);
+        QFETCH(QString, title);
+        FolderGrants::shared()->setDirect(direct);
+        grantOnly(granted);
+        QQuickView *view = welcome();
+        QVERIFY(view);
+        QQuickItem *button = find(view->rootObject(), u"closingButton"_s);
+        QCOMPARE(button->property("text").toString(), title);
+        QCOMPARE(button->property("prominent").toBool(), title != u"Later");
+        QQuickItem *folderBox = find(view->rootObject(), u"folderBox"_s);
+        QTEST(folderBox != nullptr, "box");
+        if (!folderBox)
+            return;
         // One row per known folder, each in its own grant state.
         for (const FleetFolder &folder : FleetAccess::folders()) {
             QQuickItem *row = find(folderBox, u"folder_"_s + folder.id);
-            QVERIFY(row);
             QCOMPARE(find(row, u"allowedBadge"_s) != nullptr, granted.contains(folder.id));
             QCOMPARE(find(row, u"allowButton"_s) != nullptr, !granted.contains(folder.id));
         }
-    }
-}
-
-void WelcomeViewTest::grantingTurnsLaterIntoStartTheDay()
-{
-    FolderGrants::shared()->setDirect(false);
-    QQuickView *view = welcome();
-    QQuickItem *button = find(view->rootObject(), u"closingButton"_s);
-    QCOMPARE(button->property("text").toString(), u"Later"_s);
-
-    FleetAccess::shared()->store(FleetAccess::shared()->home(), FleetAccess::folders().first());
-    QCOMPARE(button->property("text").toString(), u"Start the day"_s);
-    QVERIFY(button->property("prominent").toBool());
-    QQuickItem *row = find(view->rootObject(), u"folder_"_s + FleetAccess::folders().first().id);
-    QVERIFY(find(row, u"allowedBadge"_s));
-}
-
-void WelcomeViewTest::closingButtonFinishesTheWelcome_data()
-{
-    QTest::addColumn<bool>("byKeyboard");
-    QTest::addRow("clicked") << false;
-    QTest::addRow("Return pressed") << true;
-}
-
-void WelcomeViewTest::closingButtonFinishesTheWelcome()
-{
-    QFETCH(bool, byKeyboard);
-    Preferences *prefs = Preferences::shared();
-    prefs->setPetVisible(false);
-    QPointer<QQuickView> view = welcome();
-    QVERIFY(view);
-
-    if (byKeyboard) {
-        view->requestActivate();
-        QTest::keyClick(view.data(), Qt::Key_Return);
-    } else {
-        click(find(view->rootObject(), u"closingButton"_s));
+        // A grant arriving while it is open turns Later into the prominent start button.
+        grantOnly({ u"claude"_s, u"codex"_s });
+        QCOMPARE(button->property("text").toString(), u"Start the day"_s);
+        QVERIFY(button->property("prominent").toBool());
+        QVERIFY(find(find(folderBox, u"folder_claude"_s), u"allowedBadge"_s));
     }
 
-    QVERIFY(prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool());
-    QVERIFY(prefs->petVisible());
-    QVERIFY(!WindowManager::shared()->welcome());
-    QTRY_VERIFY(view.isNull());
+    void closingButtonFinishesTheWelcome_data()
+    {
+        QTest::addColumn<bool>("byKeyboard");
+        QTest::addRow("clicked") << false;
+        QTest::addRow("Return pressed") << true;
+    }
+    void closingButtonFinishesTheWelcome()
+    {
+        QFETCH(bool, byKeyboard);
+        Preferences *prefs = Preferences::shared();
+        prefs->setPetVisible(false);
+        QPointer<QQuickView> view = welcome();
+        QVERIFY(view);
+        if (byKeyboard) {
+            view->requestActivate();
+            QTest::keyClick(view.data(), Qt::Key_Return);
+        } else {
+            click(find(view->rootObject(), u"closingButton"_s));
+        }
+        QVERIFY(prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool());
+        QVERIFY(prefs->petVisible());
+        QVERIFY(!WindowManager::shared()->welcome());
+        QTRY_VERIFY(view.isNull());
+        // The next welcome is a new window with a new view.
+        QQuickView *next = welcome();
+        QVERIFY(next && next->isVisible());
+        QCOMPARE(next->status(), QQuickView::Ready);
+    }
 
-    // The next welcome is a new window with a new view.
-    QQuickView *next = welcome();
-    QVERIFY(next);
-    QCOMPARE(next->status(), QQuickView::Ready);
-    QVERIFY(next->isVisible());
-}
+    void titleBarCloseKeepsTheWelcomeForNextTime()
+    {
+        QQuickView *view = welcome();
+        view->close();
+        QVERIFY(!Preferences::shared()->defaults().contains(Preferences::hasSeenWelcomeKey.toString()));
+        QCOMPARE(WindowManager::shared()->welcome(), view);
+    }
 
-void WelcomeViewTest::titleBarCloseKeepsTheWelcomeForNextTime()
-{
-    QQuickView *view = welcome();
-    view->close();
-    QVERIFY(!Preferences::shared()->defaults().contains(Preferences::hasSeenWelcomeKey.toString()));
-    QCOMPARE(WindowManager::shared()->welcome(), view);
-}
-
-void WelcomeViewTest::portraitWearsTheOutfitOfWhenItWasBuilt()
-{
-    Preferences::shared()->setOutfit(Preferences::Outfit::frieren);
-    QQuickView *view = welcome();
-    QQuickItem *portrait = find(view->rootObject(), u"portrait"_s);
-    QVERIFY(portrait);
-    QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
-    QCOMPARE(portrait->height(), 360.0);
-
-    Preferences::shared()->setOutfit(Preferences::Outfit::hero);
-    QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
-}
+    void portraitWearsTheOutfitOfWhenItWasBuilt()
+    {
+        Preferences::shared()->setOutfit(Preferences::Outfit::frieren);
+        QQuickItem *portrait = find(welcome()->rootObject(), u"portrait"_s);
+        QVERIFY(portrait);
+        QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
+        QCOMPARE(portrait->height(), 360.0);
+        Preferences::shared()->setOutfit(Preferences::Outfit::hero);
+        QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
+    }
+};
 
 QTEST_MAIN(WelcomeViewTest)
 #include "tst_welcomeview.moc"

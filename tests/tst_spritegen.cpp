@@ -8,12 +8,37 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+/// Loads `source` as the office outfit from a scratch art folder; the error, if any, in `error`.
+std::optional<Art::Book> load(const QString &path, const QByteArray &source, QString *error)
+{
+    QTemporaryDir dir;
+    QDir().mkpath(QFileInfo(dir.filePath(path)).path());
+    QFile file(dir.filePath(path));
+    if (!file.open(QIODevice::WriteOnly) || file.write(source) != source.size())
+        return std::nullopt;
+    file.close();
+    return Art::load(dir.path(), u"office"_s, error);
+}
+
+/// Tier 0 of an office outfit drawn from `source`.
+QImage render(const QByteArray &source)
+{
+    QString error;
+    const auto book = load(u"outfits/office.art"_s, source, &error);
+    const QImage grid = book ? Art::render(*book, 0, &error) : QImage();
+    if (grid.isNull())
+        qWarning("%s", qPrintable(error));
+    return grid;
+}
+} // namespace
+
 // The committed sprites and icons are what the generator makes from the committed art sources, byte for byte.
 class TestSpriteGen : public QObject
 {
     Q_OBJECT
 
-private:
     QTemporaryDir m_out;
 
 private Q_SLOTS:
@@ -73,15 +98,9 @@ private Q_SLOTS:
     void badSourcesAreReportedWithTheirLine()
     {
         QFETCH(QString, source);
-        QFETCH(QString, reason);
-        QTemporaryDir dir;
-        QFile file(dir.filePath(u"x.art"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(source.toUtf8());
-        file.close();
         QString error;
-        QVERIFY(!Art::load(dir.path(), u"office"_s, &error));
-        QCOMPARE(error, reason);
+        QVERIFY(!load(u"x.art"_s, source.toUtf8(), &error));
+        QTEST(error, "reason");
     }
 
     // Her figure widens a straight torso 1.5× below row 10; the head keeps its shape, and nothing tears.
@@ -107,17 +126,8 @@ private Q_SLOTS:
         QFETCH(int, row);
         QFETCH(int, left);
         QFETCH(int, right);
-        QTemporaryDir dir;
-        QVERIFY(QDir().mkpath(dir.filePath(u"outfits"_s)));
-        QFile file(dir.filePath(u"outfits/office.art"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write((u"material K 000000\nfigure 0 1\nfigure 10 1.5\n"_s + shape).toUtf8());
-        file.close();
-        QString error;
-        const auto book = Art::load(dir.path(), u"office"_s, &error);
-        QVERIFY2(book, qPrintable(error));
-        const QImage grid = Art::render(*book, 0, &error);
-        QVERIFY2(!grid.isNull(), qPrintable(error));
+        const QImage grid = render((u"material K 000000\nfigure 0 1\nfigure 10 1.5\n"_s + shape).toUtf8());
+        QVERIFY(!grid.isNull());
         QList<int> drawn;
         for (int x = 0; x < grid.width(); ++x)
             if (qAlpha(grid.pixel(x, row)))
@@ -131,18 +141,9 @@ private Q_SLOTS:
     // Bending must not break the mirror: mirrored shapes, lines and dots come out exactly symmetric.
     void figureKeepsMirroredShapesSymmetric()
     {
-        QTemporaryDir dir;
-        QVERIFY(QDir().mkpath(dir.filePath(u"outfits"_s)));
-        QFile file(dir.filePath(u"outfits/office.art"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("material K 000000\nfigure 0 1\nfigure 30 1.37\nfigure 60 0.83\nlayer body\n{ K o m\n"
-                   "poly 21 0 29 0 27.5 60 23 60 19.3 33\n}\nline K 22 3 26 58 m\ndots K 24 10 25 40 m\n");
-        file.close();
-        QString error;
-        const auto book = Art::load(dir.path(), u"office"_s, &error);
-        QVERIFY2(book, qPrintable(error));
-        const QImage grid = Art::render(*book, 0, &error);
-        QVERIFY2(!grid.isNull(), qPrintable(error));
+        const QImage grid = render("material K 000000\nfigure 0 1\nfigure 30 1.37\nfigure 60 0.83\nlayer body\n{ K o m\n"
+                                   "poly 21 0 29 0 27.5 60 23 60 19.3 33\n}\nline K 22 3 26 58 m\ndots K 24 10 25 40 m\n");
+        QVERIFY(!grid.isNull());
         for (int y = 0; y <= 60; ++y)
             for (int x = 0; x < Art::gridWidth / 2; ++x)
                 QVERIFY2(grid.pixel(x, y) == grid.pixel(Art::gridWidth - 1 - x, y), qPrintable(u"row %1 column %2"_s.arg(y).arg(x)));
@@ -150,14 +151,8 @@ private Q_SLOTS:
 
     void unknownColourFailsTheRender()
     {
-        QTemporaryDir dir;
-        QVERIFY(QDir().mkpath(dir.filePath(u"outfits"_s)));
-        QFile file(dir.filePath(u"outfits/office.art"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("material K 000000\nlayer body\nrect K 0 0 2 2\nlayer hat @3\nrect nowhere 0 0 1 1\n");
-        file.close();
         QString error;
-        const auto book = Art::load(dir.path(), u"office"_s, &error);
+        const auto book = load(u"outfits/office.art"_s, "material K 000000\nlayer body\nrect K 0 0 2 2\nlayer hat @3\nrect nowhere 0 0 1 1\n", &error);
         QVERIFY2(book, qPrintable(error));
         QCOMPARE(Art::render(*book, 0, &error).pixel(1, 1), qRgb(0, 0, 0));
         QVERIFY(Art::render(*book, 3, &error).isNull());

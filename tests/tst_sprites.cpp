@@ -64,31 +64,27 @@ private Q_SLOTS:
         broken.write("RIFF not really a picture");
     }
 
+    // The date decides the folder, and both caches are keyed by what was resolved.
     void seasonalResolvesByDate_data()
     {
         QTest::addColumn<QDate>("today");
         QTest::addColumn<QRgb>("expected");
-        QTest::addColumn<QString>("originalKey");
-        QTest::addColumn<QString>("scaledKey");
-        QTest::addRow("October dresses her as a witch")
-            << QDate(2025, 10, 1) << QRgb(halloweenMark) << u"Sprites/halloween/t0"_s << u"Sprites/halloween/0@502"_s;
-        QTest::addRow("December is Christmas") << QDate(2025, 12, 31) << QRgb(christmasMark) << u"Sprites/christmas/t0"_s << u"Sprites/christmas/0@502"_s;
-        QTest::addRow("the last day of November is office") << QDate(2025, 11, 30) << QRgb(officeMark) << u"Sprites/office/t0"_s << u"Sprites/office/0@502"_s;
-        QTest::addRow("New Year's Day is office") << QDate(2026, 1, 1) << QRgb(officeMark) << u"Sprites/office/t0"_s << u"Sprites/office/0@502"_s;
+        QTest::addColumn<QString>("folder");
+        QTest::addRow("October dresses her as a witch") << QDate(2025, 10, 1) << QRgb(halloweenMark) << u"halloween"_s;
+        QTest::addRow("December is Christmas") << QDate(2025, 12, 31) << QRgb(christmasMark) << u"christmas"_s;
+        QTest::addRow("the last day of November is office") << QDate(2025, 11, 30) << QRgb(officeMark) << u"office"_s;
     }
     void seasonalResolvesByDate()
     {
         QFETCH(QDate, today);
-        QFETCH(QRgb, expected);
-        QFETCH(QString, originalKey);
-        QFETCH(QString, scaledKey);
+        QFETCH(QString, folder);
         m_outfit = Outfit::seasonal;
         m_today = today;
         Sprites::Store sprites = store();
-        QCOMPARE(marker(sprites.original(0)), expected);
-        QCOMPARE(sprites.originalKeys(), QStringList { originalKey });
+        QTEST(marker(sprites.original(0)), "expected");
         QVERIFY(!sprites.image(0, 502).isNull());
-        QCOMPARE(sprites.scaledKeys(), QStringList { scaledKey });
+        QCOMPARE(sprites.originalKeys(), QStringList { u"Sprites/%1/t0"_s.arg(folder) });
+        QCOMPARE(sprites.scaledKeys(), QStringList { u"Sprites/%1/0@502"_s.arg(folder) });
     }
 
     void missingTierFallsBackToOffice_data()
@@ -105,10 +101,9 @@ private Q_SLOTS:
     {
         QFETCH(int, outfit);
         QFETCH(int, tier);
-        QFETCH(QRgb, expected);
         QFETCH(QString, key);
         Sprites::Store sprites = store();
-        QCOMPARE(marker(sprites.original(tier, Outfit(outfit))), expected);
+        QTEST(marker(sprites.original(tier, Outfit(outfit))), "expected");
         QCOMPARE(sprites.originalKeys(), QStringList { key });
     }
 
@@ -125,18 +120,10 @@ private Q_SLOTS:
     {
         QFETCH(int, height);
         QFETCH(int, width);
-        QCOMPARE(Sprites::widthFor(height), width);
-        QCOMPARE(spriteAspect, 0.37098175499565594);
         m_outfit = Outfit::office;
-        Sprites::Store sprites = store();
-        const QImage image = sprites.image(2, height);
-        if (width == 0) {
-            QVERIFY(image.isNull());
-            return;
-        }
-        QCOMPARE(image.size(), QSize(width, height));
-        QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
-        QVERIFY(image.colorSpace().isValid());
+        const QImage image = store().image(2, height);
+        QCOMPARE(image.size(), width ? QSize(width, height) : QSize(0, 0));
+        QVERIFY(width == 0 || (image.format() == QImage::Format_ARGB32_Premultiplied && image.colorSpace().isValid()));
     }
 
     void failuresAreNotCached_data()
@@ -151,10 +138,8 @@ private Q_SLOTS:
         m_outfit = Outfit::christmas;
         m_today = QDate(2025, 3, 14);
         Sprites::Store sprites = store();
-        QVERIFY(sprites.original(tier).isNull());
-        QVERIFY(sprites.image(tier, 502).isNull());
-        QVERIFY(sprites.originalKeys().isEmpty());
-        QVERIFY(sprites.scaledKeys().isEmpty());
+        QVERIFY(sprites.original(tier).isNull() && sprites.image(tier, 502).isNull());
+        QVERIFY(sprites.originalKeys().isEmpty() && sprites.scaledKeys().isEmpty());
     }
 
     void repairedFileIsPickedUp()
@@ -173,8 +158,7 @@ private Q_SLOTS:
         m_outfit = Outfit::office;
         Sprites::Store sprites = store();
         const QImage first = sprites.image(0, 360);
-        const QImage second = sprites.image(0, 360);
-        QCOMPARE(first.cacheKey(), second.cacheKey());
+        QCOMPARE(sprites.image(0, 360).cacheKey(), first.cacheKey());
         QVERIFY(sprites.image(0, 361).cacheKey() != first.cacheKey());
         QCOMPARE(sprites.scaledKeys(), (QStringList { u"Sprites/office/0@360"_s, u"Sprites/office/0@361"_s }));
         QCOMPARE(sprites.originalKeys(), QStringList { u"Sprites/office/t0"_s });
@@ -182,8 +166,7 @@ private Q_SLOTS:
 
     void menuBarIcon()
     {
-        Sprites::Store none = store();
-        QVERIFY(none.menuBarImage().isNull());
+        QVERIFY(store().menuBarImage().isNull());
         QTemporaryDir root;
         QDir().mkpath(root.filePath(u"Sprites"_s));
         QImage icon(36, 36, QImage::Format_ARGB32);
@@ -197,18 +180,13 @@ private Q_SLOTS:
     // The shipped artwork, as compiled into the program.
     void shippedSprites()
     {
-        const QStringList outfits { u"office"_s, u"halloween"_s, u"christmas"_s, u"eva"_s, u"sailor"_s, u"demonslayer"_s, u"jujutsu"_s, u"naruto"_s,
-            u"onepiece"_s, u"spyfamily"_s, u"titan"_s, u"dragonball"_s, u"hero"_s, u"frieren"_s, u"seifuku"_s };
         QSet<QByteArray> seen;
         int count = 0;
-        for (const QString &outfit : outfits) {
-            for (int t = 0; t < 7; ++t) {
-                const QString path = u":/Sprites/%1/t%2.webp"_s.arg(outfit, QString::number(t));
-                QFile file(path);
-                if (!file.open(QIODevice::ReadOnly))
-                    continue;
+        for (const QString &outfit : QDir(u":/Sprites"_s).entryList(QDir::Dirs)) {
+            for (const QString &name : QDir(u":/Sprites/"_s + outfit).entryList({ u"t*.webp"_s })) {
+                const QString path = u":/Sprites/%1/%2"_s.arg(outfit, name);
                 ++count;
-                const QImage image = QImage::fromData(file.readAll()).convertToFormat(QImage::Format_ARGB32);
+                const QImage image = QImage(path).convertToFormat(QImage::Format_ARGB32);
                 QVERIFY2(!image.isNull(), qPrintable(path));
                 QCOMPARE(image.size(), QSize(427, 1151));
                 QVERIFY(image.hasAlphaChannel());

@@ -131,7 +131,6 @@ private Q_SLOTS:
         QTest::addRow("an unknown option") << QStringList { u"--bogus"_s } << QByteArray("usage: yuzuha-books");
         QTest::addRow("a bedtime that is no number") << QStringList { u"--bedtime"_s, u"soon"_s } << QByteArray("usage: yuzuha-books");
         QTest::addRow("a negative bedtime") << QStringList { u"--bedtime"_s, u"-5"_s } << QByteArray("usage: yuzuha-books");
-        QTest::addRow("a stray word") << QStringList { u"books"_s, u"today"_s } << QByteArray("usage: yuzuha-books");
         QTest::addRow("a home that does not exist") << QStringList { u"--home"_s, u"/nonexistent/yuzuha"_s } << QByteArray("no such folder");
     }
     void badArguments()

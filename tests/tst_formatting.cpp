@@ -16,16 +16,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<qint64>("count");
         QTest::addColumn<QString>("text");
-        QTest::addRow("zero") << qint64(0) << u"0"_s;
         QTest::addRow("below a thousand has no suffix or grouping") << qint64(999) << u"999"_s;
         QTest::addRow("negative prints its sign") << qint64(-5) << u"-5"_s;
-        QTest::addRow("one thousand") << qint64(1'000) << u"1K"_s;
         QTest::addRow("thousands round down below the half") << qint64(1'499) << u"1K"_s;
         QTest::addRow("thousands round the half away from zero") << qint64(1'500) << u"2K"_s;
-        QTest::addRow("a real count") << qint64(46'203) << u"46K"_s;
         QTest::addRow("just below a million stays in K") << qint64(999'999) << u"1000K"_s;
         QTest::addRow("whole millions have no decimal") << qint64(1'000'000) << u"1M"_s;
-        QTest::addRow("one decimal") << qint64(1'100'000) << u"1.1M"_s;
         QTest::addRow("decimal rounds up") << qint64(1'260'000) << u"1.3M"_s;
         QTest::addRow("an exact tie rounds to even as printf does") << qint64(1'250'000) << u"1.2M"_s;
         QTest::addRow("not whole but rounds to .0") << qint64(1'000'001) << u"1.0M"_s;
@@ -35,8 +31,7 @@ private Q_SLOTS:
     void shortTokens()
     {
         QFETCH(qint64, count);
-        QFETCH(QString, text);
-        QCOMPARE(::shortTokens(count), text);
+        QTEST(::shortTokens(count), "text");
     }
 
     void shortTokensIgnoresNumberLocale()
@@ -64,8 +59,7 @@ private Q_SLOTS:
     {
         QFETCH(QDateTime, date);
         QFETCH(QDateTime, now);
-        QFETCH(QString, text);
-        QCOMPARE(::clock(date, now), text);
+        QTEST(::clock(date, now), "text");
     }
 
     void ago_data()
@@ -75,7 +69,6 @@ private Q_SLOTS:
         QTest::addRow("59.9 s is still now") << qint64(59'900) << u"now"_s;
         QTest::addRow("60 s is a minute") << qint64(60'000) << u"1m ago"_s;
         QTest::addRow("the last minute before an hour") << qint64(3'599'999) << u"59m ago"_s;
-        QTest::addRow("an hour") << qint64(3'600'000) << u"1h ago"_s;
         QTest::addRow("61 minutes truncate to an hour") << qint64(61 * 60'000) << u"1h ago"_s;
         QTest::addRow("no day unit") << qint64(86'399'000) << u"23h ago"_s;
         QTest::addRow("the future reads as now") << qint64(-10'000) << u"now"_s;
@@ -83,9 +76,8 @@ private Q_SLOTS:
     void ago()
     {
         QFETCH(qint64, msecsBeforeNow);
-        QFETCH(QString, text);
         const QDateTime now(QDate(2024, 3, 12), QTime(12, 0));
-        QCOMPARE(::ago(now.addMSecs(-msecsBeforeNow), now), text);
+        QTEST(::ago(now.addMSecs(-msecsBeforeNow), now), "text");
     }
 };
 

@@ -8,6 +8,7 @@
 #include "petpanel.h"
 #include "petstageview.h"
 #include "sessionwatcher.h"
+#include "testsupport.h"
 
 #include <QApplication>
 #include <QBackingStore>
@@ -73,10 +74,12 @@ QString logPath()
     return QDir::homePath() + u"/.claude/projects/-work-billing-api/session.jsonl"_s;
 }
 
-QByteArray usageLine(qint64 cacheRead)
+/// Appends a reply whose context is 12,000 tokens plus `cacheRead` read from the cache.
+bool appendUsage(qint64 cacheRead)
 {
-    return QByteArrayLiteral(R"({"type":"assistant","cwd":"/work/billing-api","message":{"model":"claude-sonnet-4-5","usage":{"input_tokens":2000,)")
-        + R"("cache_creation_input_tokens":10000,"cache_read_input_tokens":)" + QByteArray::number(cacheRead) + "}}}\n";
+    const QByteArray usage = R"("input_tokens":2000,"cache_creation_input_tokens":10000,"cache_read_input_tokens":)" + QByteArray::number(cacheRead);
+    return !TestSupport::writeFile(logPath(), TestSupport::claudeReply(usage, "claude-sonnet-4-5", "/work/billing-api") + '\n', {}, QIODevice::Append)
+                .isEmpty();
 }
 } // namespace
 
@@ -190,10 +193,7 @@ private Q_SLOTS:
 
     void newUsageChangesHerTier()
     {
-        QFile log(logPath());
-        QVERIFY(log.open(QIODevice::Append));
-        log.write(usageLine(112'000)); // 124,000 of 200,000: 62 %
-        log.close();
+        QVERIFY(appendUsage(112'000)); // 124,000 of 200,000: 62 %
         QTRY_COMPARE_WITH_TIMEOUT(m_pet->stage()->tier(), 4, 5'000);
         QCOMPARE(m_pet->model()->tagLabel(), u"62%"_s);
     }
@@ -204,27 +204,17 @@ private Q_SLOTS:
         const QString shots = qEnvironmentVariable("YUZUHA_E2E_SHOTS");
         if (shots.isEmpty())
             QSKIP("YUZUHA_E2E_SHOTS is not set");
-        const struct {
-            qint64 cacheRead;
-            Preferences::Outfit outfit;
-            const char *name;
-        } poses[] = {
-            { 112'000, Preferences::Outfit::office, "office-62" },
-            { 155'000, Preferences::Outfit::office, "office-83" },
-            { 190'000, Preferences::Outfit::halloween, "halloween-100" },
-            { 20'000, Preferences::Outfit::frieren, "frieren-16" },
-        };
-        for (const auto &pose : poses) {
-            QFile log(logPath());
-            QVERIFY(log.open(QIODevice::Append));
-            log.write(usageLine(pose.cacheRead));
-            log.close();
-            Preferences::shared()->setOutfit(pose.outfit);
+        using O = Preferences::Outfit;
+        const std::tuple<qint64, O, const char *> poses[] = { { 112'000, O::office, "office-62" }, { 155'000, O::office, "office-83" },
+            { 188'000, O::halloween, "halloween-100" }, { 20'000, O::frieren, "frieren-16" } };
+        for (const auto &[cacheRead, outfit, name] : poses) {
+            QVERIFY(appendUsage(cacheRead));
+            Preferences::shared()->setOutfit(outfit);
             SessionWatcher::shared()->refresh();
             QTest::qWait(1500);
             m_pet->announce(7);
             QTest::qWait(600);
-            QVERIFY(m_pet->panel()->grabWindow().save(shots + u'/' + QLatin1StringView(pose.name) + u".png"_s));
+            QVERIFY(m_pet->panel()->grabWindow().save(shots + u'/' + QLatin1StringView(name) + u".png"_s));
         }
     }
 };

@@ -39,7 +39,6 @@ private Q_SLOTS:
         QTest::addColumn<QList<QPoint>>("path");
         QTest::addColumn<bool>("isMove");
         QTest::addColumn<QPoint>("windowShift");
-        QTest::addRow("still press is a click") << QList<QPoint> {} << false << QPoint();
         QTest::addRow("2 px jitter is a click") << QList<QPoint> { { 2, 0 }, { 0, 2 }, { -1, -1 } } << false << QPoint();
         QTest::addRow("3 px is a move") << QList<QPoint> { { 3, 0 } } << true << QPoint(3, 0);
         QTest::addRow("out and back is still a move") << QList<QPoint> { { 10, 5 }, { 0, 0 } } << true << QPoint();
@@ -64,7 +63,7 @@ private Q_SLOTS:
         QCOMPARE(clicked.count(), isMove ? 0 : 1);
         QVERIFY(!scene.stage->isDragging());
         QFETCH(QPoint, windowShift);
-        QCOMPARE(scene.window.position(), origin + windowShift);
+        QCOMPARE(scene.window.position() - origin, windowShift);
     }
 
     void rightPressAsksForMenu()
@@ -94,10 +93,8 @@ private Q_SLOTS:
         QVERIFY(scene.stage->mask());
         QVERIFY(!scene.stage->isFading());
         QVERIFY(scene.stage->isOnHer(before.center()));
-    }
 
-    void nothingShownIsNeverHer()
-    {
+        // With nothing ever shown there is nothing to hit.
         QQuickWindow window;
         PetStageView stage(window.contentItem());
         stage.setSize(QSizeF(270, 372));

@@ -65,23 +65,6 @@ private Q_SLOTS:
         QVERIFY2(made.readAll() == committed.readAll(), "differs from the art sources; run spritegen and commit");
     }
 
-    void everyTierDiffersFromItsNeighbour()
-    {
-        QString error;
-        for (const QString &outfit : SpriteGen::outfits()) {
-            const auto book = Art::load(QStringLiteral(YUZUHA_ART_DIR), outfit, &error);
-            QVERIFY2(book, qPrintable(error));
-            QImage previous;
-            for (int t = 0; t < Art::tierCount; ++t) {
-                const QImage grid = Art::render(*book, t, &error);
-                QVERIFY2(!grid.isNull(), qPrintable(error));
-                QCOMPARE(grid.size(), QSize(Art::gridWidth, Art::gridHeight));
-                QVERIFY2(grid != previous, qPrintable(u"%1 t%2 looks like t%3"_s.arg(outfit).arg(t).arg(t - 1)));
-                previous = grid;
-            }
-        }
-    }
-
     void badSourcesAreReportedWithTheirLine_data()
     {
         QTest::addColumn<QString>("source");

@@ -296,17 +296,6 @@ private Q_SLOTS:
         QCOMPARE(watcher.sessions().first().window, 100'000);
         QCOMPARE(watcher.focused()->id, watcher.sessions().first().id);
     }
-
-    void pinNotifiesOnEveryAssignment()
-    {
-        SessionWatcher watcher(watcherConfig(home(), {}, m_clock.clock()));
-        QSignalSpy pinned(&watcher, &SessionWatcher::pinnedIDChanged);
-        watcher.setPinnedID(u"x"_s);
-        watcher.setPinnedID(u"x"_s);
-        watcher.setPinnedIDText(QString());
-        QCOMPARE(pinned.size(), 3);
-        QCOMPARE(watcher.pinnedID(), std::nullopt);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestSessionWatcher)

@@ -62,214 +62,203 @@ class StatusItemTest : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void menu_data();
-    void menu();
-    void texts_data();
-    void texts();
-    void followAndUnfollow();
-    void keysActWhileTheMenuIsOpen();
-    void badge_data();
-    void badge();
-    void refreshFollowsTheWatcher();
-};
+    void menu_data()
+    {
+        QTest::addColumn<State>("state");
+        QTest::addColumn<QStringList>("expected");
+        const Session api = session(u"api-server"_s, 84'000);
+        const Session scratch = session(u"scratch"_s, std::nullopt);
+        const Session full = session(u"web"_s, 190'000);
+        const QString calm = u"Makasete!  Leave it to me!"_s, tired = u"Chotto tsukareta kamo.  I might be a little tired."_s;
+        const QString indent = u"\u2003\u2003"_s;
+        const QString apiItem = indent + u"api-server  42%  (84K)"_s, webItem = indent + u"web  95%  (190K) [ ]"_s;
 
-void StatusItemTest::menu_data()
-{
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QStringList>("expected");
-    const Session api = session(u"api-server"_s, 84'000);
-    const Session scratch = session(u"scratch"_s, std::nullopt);
-    const Session full = session(u"web"_s, 190'000);
-    const QString calm = u"Makasete!  Leave it to me!"_s, tired = u"Chotto tsukareta kamo.  I might be a little tired."_s;
-    const QString indent = u"\u2003\u2003"_s;
-    const QString apiItem = indent + u"api-server  42%  (84K)"_s, webItem = indent + u"web  95%  (190K) [ ]"_s;
-
-    QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, true, true } << menuOf(calm, { u"No sessions today (off)"_s });
-    QTest::addRow("following the fullest") << State { full, { full, api, scratch }, std::nullopt, true, true }
-                                           << menuOf(u"Kyou wa koko made. Oyasumi!  That's it for today. Good night!"_s,
-                                                  { u"Follow the Fullest [x]"_s, webItem, apiItem + u" [ ]"_s, indent + u"scratch  0%  (fresh) [ ]"_s });
-    QTest::addRow("a pinned session") << State { api, { full, api }, api.id, true, true }
-                                      << menuOf(tired, { u"Follow the Fullest [ ]"_s, webItem, apiItem + u" [x]"_s });
-    QTest::addRow("a pin on a session no longer listed checks nothing")
-        << State { api, { api }, u"/logs/gone.jsonl"_s, true, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
-    QTest::addRow("no grants: only the way in, whatever the watcher holds")
-        << State { api, { api, full }, std::nullopt, false, true } << menuOf(tired, { u"Let Yuzuha See Your Sessions\u2026"_s });
-    QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, true, false } << menuOf(calm, { u"No sessions today (off)"_s }, u"Show Yuzuha"_s);
-    // A project name is the folder's name; an ampersand in it must print, not underline the next letter.
-    const Session rnd = session(u"R&D"_s, 84'000);
-    QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, true, true }
-                                               << menuOf(tired, { u"Follow the Fullest [x]"_s, indent + u"R&&D  42%  (84K) [ ]"_s });
-}
-
-void StatusItemTest::menu()
-{
-    QFETCH(State, state);
-    QMenu menu;
-    menu.addAction(u"left over from the last opening"_s);
-    StatusItemController::populate(&menu, state);
-    QTEST(describe(menu), "expected");
-}
-
-void StatusItemTest::texts_data()
-{
-    QTest::addColumn<std::optional<Session>>("focused");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("toolTip");
-
-    QTest::addRow("nothing focused") << std::optional<Session> {} << QString() << u"Yuzuha"_s;
-    QTest::addRow("three quarters") << std::optional<Session> { session(u"api-server"_s, 150'000) } << u" 75%"_s
-                                    << u"Yuzuha: api-server, 75% of the context window"_s;
-    QTest::addRow("no reply yet reads 0") << std::optional<Session> { session(u"new"_s, std::nullopt) } << u" 0%"_s
-                                          << u"Yuzuha: new, 0% of the context window"_s;
-}
-
-void StatusItemTest::texts()
-{
-    QFETCH(std::optional<Session>, focused);
-    QTEST(StatusItemController::titleText(focused), "title");
-    QTEST(StatusItemController::toolTipText(focused), "toolTip");
-}
-
-void StatusItemTest::followAndUnfollow()
-{
-    QTemporaryDir dir;
-    SessionWatcher watcher(configFor(dir));
-    StatusItemController controller(&watcher);
-    QCOMPARE(StatusItemController::shared(), &controller);
-
-    const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
-    const auto open = [&] { StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), true, true }); };
-    const auto fullest = [&] { return controller.menu()->actions().at(2); };
-
-    open();
-    itemFor(*controller.menu(), sessions.at(1).id)->trigger();
-    QCOMPARE(watcher.pinnedID(), std::optional<QString>(sessions.at(1).id));
-
-    open();
-    QVERIFY(!fullest()->isChecked());
-    QVERIFY(itemFor(*controller.menu(), sessions.at(1).id)->isChecked());
-    // Choosing the followed session again lets go of it.
-    itemFor(*controller.menu(), sessions.at(1).id)->trigger();
-    QCOMPARE(watcher.pinnedID(), std::nullopt);
-
-    open();
-    QVERIFY(fullest()->isChecked());
-    itemFor(*controller.menu(), sessions.at(0).id)->trigger();
-    open();
-    fullest()->trigger();
-    QCOMPARE(watcher.pinnedID(), std::nullopt);
-
-    // An item without a session id follows nothing.
-    open();
-    QAction *item = itemFor(*controller.menu(), sessions.at(0).id);
-    item->setData(42);
-    item->trigger();
-    QCOMPARE(watcher.pinnedID(), std::nullopt);
-}
-
-void StatusItemTest::keysActWhileTheMenuIsOpen()
-{
-    // Without a main window the menu is the only place Ctrl+, can reach the settings from.
-    QTemporaryDir dir;
-    SessionWatcher watcher(configFor(dir));
-    StatusItemController controller(&watcher);
-    QMenu *menu = controller.menu();
-    StatusItemController::populate(menu, State {});
-    menu->popup(QPoint(10, 10));
-    QVERIFY(QTest::qWaitForWindowExposed(menu));
-    QVERIFY(!WindowManager::shared()->settings());
-
-    QTest::keyClick(menu, Qt::Key_Comma, Qt::ControlModifier);
-    QVERIFY(WindowManager::shared()->settings());
-    QTRY_VERIFY(WindowManager::shared()->settings()->isVisible());
-    QVERIFY(!menu->isVisible());
-}
-
-void StatusItemTest::badge_data()
-{
-    QTest::addColumn<std::optional<int>>("percent");
-    QTest::addColumn<int>("size");
-    QTest::addColumn<QColor>("badgeColour");
-
-    for (int size : { 16, 22, 36, 64 }) {
-        QTest::addRow("no session at %d", size) << std::optional<int> {} << size << QColor();
-        QTest::addRow("0%% at %d", size) << std::optional<int> { 0 } << size << Theme::ink();
-        QTest::addRow("79%% at %d", size) << std::optional<int> { 79 } << size << Theme::ink();
-        QTest::addRow("80%% turns coral at %d", size) << std::optional<int> { 80 } << size << Theme::coralDeep();
-        QTest::addRow("100%% at %d", size) << std::optional<int> { 100 } << size << Theme::coralDeep();
+        QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, true, true } << menuOf(calm, { u"No sessions today (off)"_s });
+        QTest::addRow("following the fullest") << State { full, { full, api, scratch }, std::nullopt, true, true }
+                                               << menuOf(u"Kyou wa koko made. Oyasumi!  That's it for today. Good night!"_s,
+                                                      { u"Follow the Fullest [x]"_s, webItem, apiItem + u" [ ]"_s, indent + u"scratch  0%  (fresh) [ ]"_s });
+        QTest::addRow("a pinned session") << State { api, { full, api }, api.id, true, true }
+                                          << menuOf(tired, { u"Follow the Fullest [ ]"_s, webItem, apiItem + u" [x]"_s });
+        QTest::addRow("a pin on a session no longer listed checks nothing")
+            << State { api, { api }, u"/logs/gone.jsonl"_s, true, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
+        QTest::addRow("no grants: only the way in, whatever the watcher holds")
+            << State { api, { api, full }, std::nullopt, false, true } << menuOf(tired, { u"Let Yuzuha See Your Sessions\u2026"_s });
+        QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, true, false }
+                                    << menuOf(calm, { u"No sessions today (off)"_s }, u"Show Yuzuha"_s);
+        // A project name is the folder's name; an ampersand in it must print, not underline the next letter.
+        const Session rnd = session(u"R&D"_s, 84'000);
+        QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, true, true }
+                                                   << menuOf(tired, { u"Follow the Fullest [x]"_s, indent + u"R&&D  42%  (84K) [ ]"_s });
     }
-}
 
-void StatusItemTest::badge()
-{
-    QFETCH(std::optional<int>, percent);
-    QFETCH(int, size);
-    QFETCH(QColor, badgeColour);
+    void menu()
+    {
+        QFETCH(State, state);
+        QMenu menu;
+        menu.addAction(u"left over from the last opening"_s);
+        StatusItemController::populate(&menu, state);
+        QTEST(describe(menu), "expected");
+    }
 
-    QImage sprite(36, 36, QImage::Format_ARGB32_Premultiplied);
-    sprite.fill(QColor(10, 200, 30));
-    const QImage icon = StatusItemController::badgedIcon(sprite, percent, size);
-    QCOMPARE(icon.size(), QSize(size, size));
-    // The top of the icon is always her own pixels.
-    QCOMPARE(icon.pixelColor(size / 2, 0), QColor(10, 200, 30));
+    void texts_data()
+    {
+        QTest::addColumn<std::optional<Session>>("focused");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("toolTip");
 
-    int badgePixels = 0, textPixels = 0;
-    bool textAtEdge = false;
-    for (int y = 0; y < size; ++y) {
-        for (int x = 0; x < size; ++x) {
-            const QColor c = icon.pixelColor(x, y);
-            badgePixels += c == badgeColour;
-            // Small type is all antialiasing: count anything much lighter than the badge and the sprite.
-            if (c.lightness() > 170) {
-                ++textPixels;
-                textAtEdge = textAtEdge || x == 0 || x == size - 1;
-            }
+        QTest::addRow("nothing focused") << std::optional<Session> {} << QString() << u"Yuzuha"_s;
+        QTest::addRow("three quarters") << std::optional<Session> { session(u"api-server"_s, 150'000) } << u" 75%"_s
+                                        << u"Yuzuha: api-server, 75% of the context window"_s;
+        QTest::addRow("no reply yet reads 0") << std::optional<Session> { session(u"new"_s, std::nullopt) } << u" 0%"_s
+                                              << u"Yuzuha: new, 0% of the context window"_s;
+    }
+
+    void texts()
+    {
+        QFETCH(std::optional<Session>, focused);
+        QTEST(StatusItemController::titleText(focused), "title");
+        QTEST(StatusItemController::toolTipText(focused), "toolTip");
+    }
+
+    void followAndUnfollow()
+    {
+        QTemporaryDir dir;
+        SessionWatcher watcher(configFor(dir));
+        StatusItemController controller(&watcher);
+        QCOMPARE(StatusItemController::shared(), &controller);
+
+        const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
+        const auto open = [&] { StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), true, true }); };
+        const auto fullest = [&] { return controller.menu()->actions().at(2); };
+
+        open();
+        itemFor(*controller.menu(), sessions.at(1).id)->trigger();
+        QCOMPARE(watcher.pinnedID(), std::optional<QString>(sessions.at(1).id));
+
+        open();
+        QVERIFY(!fullest()->isChecked());
+        QVERIFY(itemFor(*controller.menu(), sessions.at(1).id)->isChecked());
+        // Choosing the followed session again lets go of it.
+        itemFor(*controller.menu(), sessions.at(1).id)->trigger();
+        QCOMPARE(watcher.pinnedID(), std::nullopt);
+
+        open();
+        QVERIFY(fullest()->isChecked());
+        itemFor(*controller.menu(), sessions.at(0).id)->trigger();
+        open();
+        fullest()->trigger();
+        QCOMPARE(watcher.pinnedID(), std::nullopt);
+
+        // An item without a session id follows nothing.
+        open();
+        QAction *item = itemFor(*controller.menu(), sessions.at(0).id);
+        item->setData(42);
+        item->trigger();
+        QCOMPARE(watcher.pinnedID(), std::nullopt);
+    }
+
+    void keysActWhileTheMenuIsOpen()
+    {
+        // Without a main window the menu is the only place Ctrl+, can reach the settings from.
+        QTemporaryDir dir;
+        SessionWatcher watcher(configFor(dir));
+        StatusItemController controller(&watcher);
+        QMenu *menu = controller.menu();
+        StatusItemController::populate(menu, State {});
+        menu->popup(QPoint(10, 10));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        QVERIFY(!WindowManager::shared()->settings());
+
+        QTest::keyClick(menu, Qt::Key_Comma, Qt::ControlModifier);
+        QVERIFY(WindowManager::shared()->settings());
+        QTRY_VERIFY(WindowManager::shared()->settings()->isVisible());
+        QVERIFY(!menu->isVisible());
+    }
+
+    void badge_data()
+    {
+        QTest::addColumn<std::optional<int>>("percent");
+        QTest::addColumn<int>("size");
+        QTest::addColumn<QColor>("badgeColour");
+
+        for (int size : { 16, 22, 36, 64 }) {
+            QTest::addRow("no session at %d", size) << std::optional<int> {} << size << QColor();
+            QTest::addRow("79%% at %d", size) << std::optional<int> { 79 } << size << Theme::ink();
+            QTest::addRow("80%% turns coral at %d", size) << std::optional<int> { 80 } << size << Theme::coralDeep();
         }
     }
-    if (!percent) {
-        QCOMPARE(textPixels, 0);
-        return;
+
+    void badge()
+    {
+        QFETCH(std::optional<int>, percent);
+        QFETCH(int, size);
+        QFETCH(QColor, badgeColour);
+
+        QImage sprite(36, 36, QImage::Format_ARGB32_Premultiplied);
+        sprite.fill(QColor(10, 200, 30));
+        const QImage icon = StatusItemController::badgedIcon(sprite, percent, size);
+        QCOMPARE(icon.size(), QSize(size, size));
+        // The top of the icon is always her own pixels.
+        QCOMPARE(icon.pixelColor(size / 2, 0), QColor(10, 200, 30));
+
+        int badgePixels = 0, textPixels = 0;
+        bool textAtEdge = false;
+        for (int y = 0; y < size; ++y) {
+            for (int x = 0; x < size; ++x) {
+                const QColor c = icon.pixelColor(x, y);
+                badgePixels += c == badgeColour;
+                // Small type is all antialiasing: count anything much lighter than the badge and the sprite.
+                if (c.lightness() > 170) {
+                    ++textPixels;
+                    textAtEdge = textAtEdge || x == 0 || x == size - 1;
+                }
+            }
+        }
+        if (!percent) {
+            QCOMPARE(textPixels, 0);
+            return;
+        }
+        QVERIFY2(badgePixels > size, "the badge is drawn in its colour");
+        QVERIFY2(textPixels > 0, "the percentage is written on it");
+        QVERIFY2(!textAtEdge, "the text fits inside the icon");
+        // The badge sits along the bottom edge.
+        QCOMPARE(icon.pixelColor(size / 2, size - 1), badgeColour);
     }
-    QVERIFY2(badgePixels > size, "the badge is drawn in its colour");
-    QVERIFY2(textPixels > 0, "the percentage is written on it");
-    QVERIFY2(!textAtEdge, "the text fits inside the icon");
-    // The badge sits along the bottom edge.
-    QCOMPARE(icon.pixelColor(size / 2, size - 1), badgeColour);
-}
 
-void StatusItemTest::refreshFollowsTheWatcher()
-{
-    QTemporaryDir dir;
-    const QString log = dir.filePath(u".claude/projects/-home-u-api-server/one.jsonl"_s);
-    const auto write = [&log](qint64 tokens) {
-        return TestSupport::writeFile(log, TestSupport::claudeTokens(tokens, "m", "/home/u/api-server") + '\n', {}, QIODevice::Append);
-    };
-    QVERIFY(!write(150'000).isEmpty());
+    void refreshFollowsTheWatcher()
+    {
+        QTemporaryDir dir;
+        const QString log = dir.filePath(u".claude/projects/-home-u-api-server/one.jsonl"_s);
+        const auto write = [&log](qint64 tokens) {
+            return TestSupport::writeFile(log, TestSupport::claudeTokens(tokens, "m", "/home/u/api-server") + '\n', {}, QIODevice::Append);
+        };
+        QVERIFY(!write(150'000).isEmpty());
 
-    SessionWatcher watcher(configFor(dir));
-    StatusItemController controller(&watcher);
-    QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha"_s);
-    const qint64 emptyIcon = controller.trayIcon()->icon().cacheKey();
+        SessionWatcher watcher(configFor(dir));
+        StatusItemController controller(&watcher);
+        QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha"_s);
+        const qint64 emptyIcon = controller.trayIcon()->icon().cacheKey();
 
-    QSignalSpy published(&watcher, &SessionWatcher::sessionsChanged);
-    watcher.start();
-    QVERIFY(published.wait(5'000));
-    controller.refresh();
-    QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 75% of the context window"_s);
-    const qint64 shown = controller.trayIcon()->icon().cacheKey();
-    QVERIFY(shown != emptyIcon);
-    // Another refresh at the same percentage leaves the icon alone.
-    controller.refresh();
-    QCOMPARE(controller.trayIcon()->icon().cacheKey(), shown);
+        QSignalSpy published(&watcher, &SessionWatcher::sessionsChanged);
+        watcher.start();
+        QVERIFY(published.wait(5'000));
+        controller.refresh();
+        QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 75% of the context window"_s);
+        const qint64 shown = controller.trayIcon()->icon().cacheKey();
+        QVERIFY(shown != emptyIcon);
+        // Another refresh at the same percentage leaves the icon alone.
+        controller.refresh();
+        QCOMPARE(controller.trayIcon()->icon().cacheKey(), shown);
 
-    QTest::qWait(1'100); // a new modification time, whatever the file system's resolution
-    QVERIFY(!write(170'000).isEmpty());
-    watcher.refresh();
-    QVERIFY(published.wait(5'000));
-    controller.refresh();
-    QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 85% of the context window"_s);
-    QVERIFY(controller.trayIcon()->icon().cacheKey() != shown);
-}
+        QTest::qWait(1'100); // a new modification time, whatever the file system's resolution
+        QVERIFY(!write(170'000).isEmpty());
+        watcher.refresh();
+        QVERIFY(published.wait(5'000));
+        controller.refresh();
+        QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 85% of the context window"_s);
+        QVERIFY(controller.trayIcon()->icon().cacheKey() != shown);
+    }
+};
 
 QTEST_MAIN(StatusItemTest)
 #include "tst_statusitem.moc"

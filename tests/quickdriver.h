@@ -3,12 +3,27 @@
 // Helpers for tests that drive the QML views the way a person does: find a control by its
 // objectName, scroll it into view and click it through the window.
 
+#include "fonts.h"
+#include "preferences.h"
+
+#include <QFile>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QStandardPaths>
 #include <QTest>
 
 namespace QuickDriver
 {
+/// Points the shared singletons at `configFolder` and empty settings, never the user's own
+/// settings or autostart entries, and loads the bundled faces.
+inline void useScratchConfig(const QString &configFolder)
+{
+    QStandardPaths::setTestModeEnabled(true);
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(configFolder));
+    Preferences::shared()->defaults().clear();
+    Fonts::registerAll();
+}
+
 // Every item below `root` in the visual tree, which also holds what Repeaters and Loaders create.
 inline void collect(QQuickItem *root, const QString &name, QList<QQuickItem *> *found)
 {

@@ -1,19 +1,14 @@
 #include "quickdriver.h"
 
-#include "appinfo.h"
 #include "fleetaccess.h"
-#include "fonts.h"
-#include "preferences.h"
 #include "qmlregistration.h"
 #include "sessionwatcher.h"
 #include "testsupport.h"
 #include "windowmanager.h"
 
 #include <QAccessible>
-#include <QFile>
 #include <QQuickView>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -57,12 +52,8 @@ class SettingsViewTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // The shared singletons must never see the real user's settings or autostart entries.
-        QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_config.isValid());
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
-        Preferences::shared()->defaults().clear();
-        Fonts::registerAll();
+        QuickDriver::useScratchConfig(m_config.path());
         revokeAll();
         WindowManager::shared()->showSettings();
         m_view = WindowManager::shared()->settings();

@@ -1,15 +1,11 @@
 #include "quickdriver.h"
 
 #include "fleetaccess.h"
-#include "fonts.h"
-#include "preferences.h"
 #include "qmlregistration.h"
 #include "windowmanager.h"
 
-#include <QFile>
 #include <QPointer>
 #include <QQuickView>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -58,12 +54,8 @@ class WelcomeViewTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // The shared singletons must never see the real user's settings or autostart entries.
-        QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_config.isValid());
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
-        Preferences::shared()->defaults().clear();
-        Fonts::registerAll();
+        QuickDriver::useScratchConfig(m_config.path());
     }
     void init()
     {

@@ -1,7 +1,6 @@
 #include "fleetaccess.h"
-#include "fonts.h"
-#include "preferences.h"
 #include "qmlregistration.h"
+#include "quickdriver.h"
 #include "sessionwatcher.h"
 #include "windowmanager.h"
 
@@ -9,8 +8,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
-#include <QStandardPaths>
-#include <QTest>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
@@ -32,13 +30,13 @@ class WindowManagerTest : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_config;
+
 private Q_SLOTS:
     void initTestCase()
     {
-        // The shared preferences and folder grants must never see the real user's files.
-        QStandardPaths::setTestModeEnabled(true);
-        Preferences::shared()->defaults().clear();
-        Fonts::registerAll();
+        QVERIFY(m_config.isValid());
+        QuickDriver::useScratchConfig(m_config.path());
     }
 
     void window_data()

@@ -1,5 +1,8 @@
 #include "console.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -34,41 +37,10 @@ int usage(QStringView synopsis)
 
 QString jsonString(QStringView text)
 {
-    QString result;
-    result.reserve(text.size() + 2);
-    result += u'"';
-    for (const QChar c : text) {
-        switch (c.unicode()) {
-        case u'"':
-            result += u"\\\""_s;
-            break;
-        case u'\\':
-            result += u"\\\\"_s;
-            break;
-        case u'\n':
-            result += u"\\n"_s;
-            break;
-        case u'\r':
-            result += u"\\r"_s;
-            break;
-        case u'\t':
-            result += u"\\t"_s;
-            break;
-        case u'\b':
-            result += u"\\b"_s;
-            break;
-        case u'\f':
-            result += u"\\f"_s;
-            break;
-        default:
-            if (c.unicode() < 0x20)
-                result += u"\\u"_s + QString::number(c.unicode(), 16).rightJustified(4, u'0');
-            else
-                result += c;
-        }
-    }
-    result += u'"';
-    return result;
+    // Qt's writer does the escaping; the array around the value is dropped so that callers can
+    // write an object's members in a fixed order, which QJsonObject would sort.
+    const QByteArray array = QJsonDocument(QJsonArray { text.toString() }).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.sliced(1, array.size() - 2));
 }
 
 QString jsonString(const std::optional<QString> &text)

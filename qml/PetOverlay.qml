@@ -9,6 +9,8 @@ Item {
 
     required property PetModel model
     property bool percentTag: true
+    // Off when the desktop asks for reduced motion: the bubble then appears and leaves at once.
+    property bool animated: true
 
     readonly property real bubbleBand: 92
     readonly property real tagBand: 30
@@ -34,12 +36,14 @@ Item {
             visible: opacity > 0
 
             Behavior on opacity {
+                enabled: overlay.animated
                 NumberAnimation {
                     duration: 180
                     easing.type: Easing.OutCubic
                 }
             }
             Behavior on scale {
+                enabled: overlay.animated
                 NumberAnimation {
                     duration: 180
                     easing.type: Easing.OutCubic

@@ -135,7 +135,8 @@ PetController::PetController(Inputs inputs, QObject *parent)
     stage->setReduceMotion(m_inputs.reduceMotion);
 
     QQmlComponent component(m_engine.get(), QUrl(u"qrc:/qt/qml/Yuzuha/PetOverlay.qml"_s));
-    QObject *root = component.createWithInitialProperties({ { u"model"_s, QVariant::fromValue(m_model) }, { u"percentTag"_s, prefs->percentTag() } });
+    QObject *root = component.createWithInitialProperties(
+        { { u"model"_s, QVariant::fromValue(m_model) }, { u"percentTag"_s, prefs->percentTag() }, { u"animated"_s, !m_inputs.reduceMotion } });
     if (auto *overlay = qobject_cast<QQuickItem *>(root))
         m_panel->setOverlay(overlay);
     else

@@ -364,29 +364,28 @@ void PetController::clicked()
     Q_EMIT sessionsRequested(popoverEdge());
 }
 
+/// One checkable item of a picking submenu: its tag is the value the action hands back.
+void PetController::addPick(QMenu *menu, const QString &title, int tag, bool checked, void (PetController::*pick)(int))
+{
+    QAction *item = menu->addAction(title);
+    item->setData(tag);
+    item->setCheckable(true);
+    item->setChecked(checked);
+    connect(item, &QAction::triggered, this, [this, tag, pick] { (this->*pick)(tag); });
+}
+
 QMenu *PetController::contextMenu()
 {
     Preferences *prefs = m_inputs.preferences;
     auto *menu = new QMenu;
 
     QMenu *sizes = menu->addMenu(u"Size"_s);
-    for (const Preferences::Size size : Preferences::allSizes) {
-        QAction *item = sizes->addAction(Preferences::label(size));
-        const int tag = int(size);
-        item->setData(tag);
-        item->setCheckable(true);
-        item->setChecked(prefs->size() == size);
-        connect(item, &QAction::triggered, this, [this, tag] { pickSize(tag); });
-    }
+    for (const Preferences::Size size : Preferences::allSizes)
+        addPick(sizes, Preferences::label(size), int(size), prefs->size() == size, &PetController::pickSize);
 
     QMenu *outfits = menu->addMenu(u"Outfit"_s);
     for (const Preferences::Outfit outfit : Preferences::allOutfits) {
-        QAction *item = outfits->addAction(Preferences::label(outfit));
-        const int tag = int(outfit);
-        item->setData(tag);
-        item->setCheckable(true);
-        item->setChecked(prefs->outfit() == outfit);
-        connect(item, &QAction::triggered, this, [this, tag] { pickOutfit(tag); });
+        addPick(outfits, Preferences::label(outfit), int(outfit), prefs->outfit() == outfit, &PetController::pickOutfit);
         if (outfit == Preferences::Outfit::seasonal)
             outfits->addSeparator();
     }

@@ -126,6 +126,7 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
+    void addPick(QMenu *menu, const QString &title, int tag, bool checked, void (PetController::*pick)(int));
     void scheduleUpdate();
     void applyOutfit();
     void storeOrigin();

@@ -19,28 +19,44 @@ QString timestamp(const QDateTime &time)
 {
     return Console::jsonString(QStringView(time.toUTC().toString(Qt::ISODateWithMs)));
 }
-
-QString cell(const QString &text, qsizetype width, bool right = false)
-{
-    // Long project names are cut with an ellipsis so the columns stay straight.
-    const QString fitted = text.size() > width ? text.left(width - 1) + u'…' : text;
-    return right ? fitted.rightJustified(width) : fitted.leftJustified(width);
-}
 } // namespace
+
+QString fit(const QString &text, const Column &column)
+{
+    if (column.width == 0)
+        return text;
+    // Long project names are cut with an ellipsis so the columns stay straight.
+    const QString fitted = text.size() > column.width ? text.left(column.width - 1) + u'…' : text;
+    return column.right ? fitted.rightJustified(column.width) : fitted.leftJustified(column.width);
+}
+
+QStringList cells(const Session &s, const QDateTime &now)
+{
+    return { providerRawValue(s.provider), Console::safe(s.project), QString::number(s.percent()) + u'%', s.tokens ? shortTokens(*s.tokens) : u"fresh"_s,
+        shortTokens(s.window), clock(s.started, now), ago(s.lastActivity, now) };
+}
+
+QString mark(bool followed)
+{
+    return followed ? u"▸ "_s : u"  "_s;
+}
 
 QStringList toTable(const QList<Session> &sessions, const std::optional<Session> &focused, const QDateTime &now)
 {
     if (sessions.isEmpty())
-        return { u"No sessions in the last 24 hours: nothing on the books yet."_s };
-    QStringList lines;
-    lines.append(u"  "_s + cell(u"PROVIDER"_s, 8) + u"  "_s + cell(u"PROJECT"_s, 24) + u"  "_s + cell(u"FILL"_s, 4, true) + u"  "_s + cell(u"TOKENS"_s, 6, true)
-        + u"  "_s + cell(u"WINDOW"_s, 6, true) + u"  "_s + cell(u"STARTED"_s, 9) + u"  "_s + u"LAST"_s);
-    for (const Session &s : sessions) {
-        const bool mark = focused && focused->id == s.id;
-        lines.append((mark ? u"▸ "_s : u"  "_s) + cell(providerRawValue(s.provider), 8) + u"  "_s + cell(s.project, 24) + u"  "_s
-            + cell(QString::number(s.percent()) + u'%', 4, true) + u"  "_s + cell(s.tokens ? shortTokens(*s.tokens) : u"fresh"_s, 6, true) + u"  "_s
-            + cell(shortTokens(s.window), 6, true) + u"  "_s + cell(clock(s.started, now), 9) + u"  "_s + ago(s.lastActivity, now));
-    }
+        return { emptyLine.toString() };
+    const auto line = [](const QString &mark, const QStringList &cells) {
+        QStringList fitted;
+        for (size_t i = 0; i < columns.size(); ++i)
+            fitted.append(fit(cells.at(static_cast<qsizetype>(i)), columns[i]));
+        return mark + fitted.join(u"  "_s);
+    };
+    QStringList titles;
+    for (const Column &column : columns)
+        titles.append(column.title.toString());
+    QStringList lines { line(mark(false), titles) };
+    for (const Session &s : sessions)
+        lines.append(line(mark(focused && focused->id == s.id), cells(s, now)));
     return lines;
 }
 
@@ -77,21 +93,12 @@ int run(const QStringList &arguments)
         bedtime = Preferences::readBedtime(*Preferences::userStore());
     }
 
-    QString home = FleetAccess::homeFolder();
-    if (parser.isSet(homeOption)) {
-        home = parser.value(homeOption);
-        if (!QFileInfo(home).isDir()) {
-            Console::err(u"yuzuha-books: no such folder: "_s + home);
-            return Console::usageExit;
-        }
-        home = QFileInfo(home).absoluteFilePath();
-    }
+    const std::optional<QString> home = homeFolder(parser, homeOption);
+    if (!home)
+        return Console::usageExit;
 
-    // The same pass the desktop app runs, over every agent folder of that home; a terminal run leaves no system-log line.
-    auto snapshots = std::make_shared<const QList<FleetAccess::Snapshot>>(FleetAccess::directSnapshots(home));
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    SessionScan scan([snapshots] { return snapshots; }, [now] { return now; }, [](qsizetype, qsizetype) {});
-    const QList<Session> sessions = scan.pass(bedtime);
+    const QList<Session> sessions = scan(*home, bedtime, now);
     const std::optional<Session> focused = SessionScan::focused(sessions, std::nullopt, now);
 
     if (parser.isSet(jsonOption)) {
@@ -101,5 +108,28 @@ int run(const QStringList &arguments)
             Console::out(line);
     }
     return 0;
+}
+
+std::optional<QString> homeFolder(const QCommandLineParser &parser, const QCommandLineOption &option)
+{
+    if (!parser.isSet(option))
+        return FleetAccess::homeFolder();
+    const QString given = parser.value(option);
+    if (!QFileInfo(given).isDir()) {
+        Console::err(u"yuzuha-books: no such folder: "_s + given);
+        return std::nullopt;
+    }
+    return QFileInfo(given).absoluteFilePath();
+}
+
+FleetAccess::SnapshotList snapshots(const QString &home)
+{
+    return std::make_shared<const QList<FleetAccess::Snapshot>>(FleetAccess::directSnapshots(home));
+}
+
+QList<Session> scan(const QString &home, qint64 bedtime, const QDateTime &now)
+{
+    SessionScan scan([list = snapshots(home)] { return list; }, [now] { return now; }, [](qsizetype, qsizetype) {});
+    return scan.pass(bedtime);
 }
 } // namespace BooksCommand

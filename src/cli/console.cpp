@@ -11,17 +11,17 @@ namespace Console
 {
 namespace
 {
-void writeLine(std::FILE *stream, QStringView line)
+bool writeLine(std::FILE *stream, QStringView line)
 {
     const QByteArray bytes = line.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-    std::fflush(stream);
+    const size_t written = std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    return std::fflush(stream) == 0 && written == static_cast<size_t>(bytes.size());
 }
 } // namespace
 
-void out(QStringView line)
+bool out(QStringView line)
 {
-    writeLine(stdout, line);
+    return writeLine(stdout, line);
 }
 
 void err(QStringView line)
@@ -33,6 +33,24 @@ int usage(QStringView synopsis)
 {
     err(QString(u"usage: yuzuha-books "_s + synopsis.toString()));
     return usageExit;
+}
+
+QString safe(QStringView text)
+{
+    QString result;
+    result.reserve(text.size());
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u < 0x20)
+            result += QChar(0x2400 + u); // the control pictures: ␛ for ESC, ␇ for BEL
+        else if (u == 0x7f)
+            result += QChar(0x2421); // ␡
+        else if (u >= 0x80 && u < 0xa0)
+            result += QChar(QChar::ReplacementCharacter); // C1 controls have no picture; CSI alone starts a sequence
+        else
+            result += c;
+    }
+    return result;
 }
 
 QString jsonString(QStringView text)

@@ -9,6 +9,7 @@
 namespace ReadCommand
 {
 inline constexpr QStringView synopsis = u"read [--provider claude|codex] FILE";
+inline constexpr QStringView summary = u"one log's reading as JSON: tokens, window, model and working folder";
 
 /// Runs the verb on the arguments that follow it; returns the exit code.
 int run(const QStringList &arguments);

@@ -17,11 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace StatuslineCommand
 {
-namespace
-{
-const QString neutralLine = u"Yuzuha · no session yet"_s;
-}
-
 QString meter(int tier)
 {
     QString segments;
@@ -43,10 +38,10 @@ QString lineFor(const QByteArray &input, qint64 bedtime)
     const QJsonDocument document = QJsonDocument::fromJson(input);
     const QString path = document.object().value(u"transcript_path"_s).toString();
     if (path.isEmpty() || !QFileInfo(path).isFile())
-        return neutralLine;
+        return neutralLine.toString();
     SessionScan scan([] { return std::make_shared<const QList<FleetAccess::Snapshot>>(); }, {}, [](qsizetype, qsizetype) {});
     const std::optional<Session> session = scan.read({ path, ReadCommand::providerForPath(path) }, bedtime);
-    return session ? lineFor(*session) : neutralLine;
+    return session ? lineFor(*session) : neutralLine.toString();
 }
 
 int run(const QStringList &arguments)

@@ -12,6 +12,9 @@
 namespace StatuslineCommand
 {
 inline constexpr QStringView synopsis = u"statusline < status.json";
+inline constexpr QStringView summary = u"one line for Claude Code's status line, from the JSON it writes to standard input";
+/// What every one-line view says when there is no session to show.
+inline constexpr QStringView neutralLine = u"Yuzuha · no session yet";
 
 int run(const QStringList &arguments);
 

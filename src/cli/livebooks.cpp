@@ -1,0 +1,57 @@
+#include "livebooks.h"
+
+#include "bookscommand.h"
+#include "preferences.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+SessionWatcher::Config configFor(const QString &home)
+{
+    const std::unique_ptr<QSettings> store = Preferences::userStore();
+    return { [list = BooksCommand::snapshots(home)] { return list; }, store->fileName(), store->format(), {}, [](qsizetype, qsizetype) {} };
+}
+} // namespace
+
+LiveBooks::LiveBooks(const QString &home, QObject *parent)
+    : QObject(parent)
+    , m_watcher(configFor(home))
+    , m_signals({ SIGTERM, SIGINT, SIGHUP, SIGWINCH })
+{
+    connect(&m_signals, &SignalPipe::received, this, [this](int number) {
+        if (number == SIGWINCH)
+            Q_EMIT resized();
+        else
+            stop();
+    });
+}
+
+int LiveBooks::run(Show show)
+{
+    // A reader that goes away shows up as a failed write, not as a signal that kills us mid-line.
+    std::signal(SIGPIPE, SIG_IGN);
+    // A bar that closes its end of a pipe is noticed at once, not only at the next change: the write end
+    // of a pipe polls as an error then, and never as readable otherwise.
+    struct stat out = {};
+    if (::fstat(STDOUT_FILENO, &out) == 0 && S_ISFIFO(out.st_mode)) {
+        auto *gone = new QSocketNotifier(STDOUT_FILENO, QSocketNotifier::Read, this);
+        connect(gone, &QSocketNotifier::activated, this, &LiveBooks::stop);
+    }
+    connect(&m_watcher, &SessionWatcher::passFinished, this, [this, show = std::move(show)] {
+        if (!show(m_watcher.sessions()))
+            stop();
+    });
+    m_watcher.start();
+    return QCoreApplication::exec();
+}
+
+void LiveBooks::stop()
+{
+    QCoreApplication::exit(0);
+}

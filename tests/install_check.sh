@@ -14,6 +14,9 @@ expected=(
     share/applications/yuzuha.desktop
     share/metainfo/app.yuzuha.Yuzuha.metainfo.xml
     share/doc/yuzuha/copyright
+    share/doc/yuzuha/changelog.gz
+    share/man/man1/yuzuha.1.gz
+    share/man/man1/yuzuha-books.1.gz
 )
 for size in 16 32 48 64 128 256; do
     expected+=("share/icons/hicolor/${size}x${size}/apps/yuzuha.png")
@@ -36,6 +39,11 @@ done
 for size in 16 32 48 64 128 256; do
     dims=$(identify -format '%wx%h' "$prefix/share/icons/hicolor/${size}x${size}/apps/yuzuha.png")
     [ "$dims" = "${size}x${size}" ] || { echo "icon ${size}: is $dims"; failed=1; }
+done
+
+for page in yuzuha yuzuha-books; do
+    out=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$prefix/share/man/man1/$page.1.gz" 2>&1 >/dev/null) || failed=1
+    [ -z "$out" ] || { echo "man $page: $out"; failed=1; }
 done
 
 desktop-file-validate "$prefix/share/applications/yuzuha.desktop" || failed=1

@@ -8,8 +8,8 @@ command -v lintian >/dev/null && command -v dpkg-deb >/dev/null || { echo "linti
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 
-cpack --config "$build/CPackConfig.cmake" -G DEB -B "$out" >/dev/null
+log=$(cpack --config "$build/CPackConfig.cmake" -G DEB -B "$out" 2>&1) || { echo "$log"; exit 1; }
 deb=$(ls "$out"/*.deb)
 # lintian refuses to run as root unless told it may.
-lintian --allow-root --fail-on error,warning --no-tag-display-limit "$deb"
+lintian --allow-root --fail-on error,warning --tag-display-limit 0 "$deb"
 echo "lintian found no error and no warning in $(basename "$deb")"

@@ -6,12 +6,13 @@
 #include "readcommand.h"
 #include "sessionscan.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
+#include <cerrno>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -20,7 +21,26 @@ namespace StatuslineCommand
 namespace
 {
 const QString neutralLine = u"Yuzuha · no session yet"_s;
+// Status-line input is one small object; a megabyte is far more than it ever holds.
+constexpr qsizetype inputLimit = 1 << 20;
+
+/// Standard input to its end, which may come in many writes; at most `inputLimit` bytes.
+QByteArray readInput()
+{
+    QByteArray input(inputLimit, Qt::Uninitialized);
+    qsizetype size = 0;
+    while (size < inputLimit) {
+        const ssize_t got = ::read(STDIN_FILENO, input.data() + size, size_t(inputLimit - size));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        size += got;
+    }
+    input.truncate(size);
+    return input;
 }
+} // namespace
 
 QString meter(int tier)
 {
@@ -53,12 +73,7 @@ int run(const QStringList &arguments)
 {
     if (!arguments.isEmpty())
         return Console::usage(synopsis);
-    QFile in;
-    QByteArray input;
-    // Status-line input is one small object; a megabyte is far more than it ever holds.
-    if (in.open(stdin, QIODevice::ReadOnly))
-        input = in.read(1 << 20);
-    Console::out(lineFor(input, Preferences::readBedtime(*Preferences::userStore())));
+    Console::out(lineFor(readInput(), Preferences::readBedtime(*Preferences::userStore())));
     return 0;
 }
 } // namespace StatuslineCommand

@@ -44,7 +44,7 @@ int tier(std::optional<qint64> tokens, qint64 window);
 
 /// One agent session as last read from its log file.
 struct Session {
-    QString id; ///< full path of the log file
+    QString id; ///< full path of the log file, as LogFile::pathFromNative gives it
     Provider provider = Provider::claude;
     QString project;
     std::optional<qint64> tokens; ///< absent for a fresh or just-compacted session

@@ -227,6 +227,8 @@ int main()
     QByteArray sidechain = claudeReply;
     sidechain.replace("\"isSidechain\":false", "\"isSidechain\":true");
     const QString claudeSidechains = writeLog(dir, u"claude-sidechains.jsonl"_s, {}, sidechain, 40 * MiB, {});
+    // One line of 40 MiB: no newline anywhere in the last 32 MiB, so every tail step comes up empty.
+    const QString claudeOneLine = writeLog(dir, u"claude-one-line.jsonl"_s, {}, QByteArray(MiB, 'a'), 40 * MiB, "\n");
 
     if (Journal::claude(claudeCommon).tokens != 46'203 || Journal::claude(claudeRecent).tokens != 46'203 || Journal::codex(codexCommon).tokens != 12'000
         || !Journal::claude(claudeWorst).isEmpty() || Journal::codex(codexWorst).tokens)
@@ -242,6 +244,7 @@ int main()
     print("floor: the 32 MiB tail read back in chunks, one buffer", measure(21, [&] { chunkedTailCall(claudeWorst); }));
     print("Journal::claude, 40 MiB, nothing decisive", measure(21, [&] { Journal::claude(claudeWorst); }));
     print("Journal::codex, 40 MiB, nothing decisive", measure(21, [&] { Journal::codex(codexWorst); }));
+    print("Journal::claude, 40 MiB, no newline in the last 32 MiB", measure(21, [&] { Journal::claude(claudeOneLine); }));
     print("Journal::claude, 40 MiB, every line a sidechain reply", measure(5, [&] { Journal::claude(claudeSidechains); }));
     print("naive: parse every line of the 64 MiB Claude log", measure(3, [&] { naiveClaude(claudeCommon); }));
 
@@ -250,5 +253,6 @@ int main()
     std::printf("  %-52s %10lld KiB\n", "Journal::claude, 64 MiB, usage 200 KiB from the end", peakGrowthKiB([&] { Journal::claude(claudeCommon); }));
     std::printf("  %-52s %10lld KiB\n", "Journal::claude, 40 MiB, nothing decisive", peakGrowthKiB([&] { Journal::claude(claudeWorst); }));
     std::printf("  %-52s %10lld KiB\n", "Journal::codex, 40 MiB, nothing decisive", peakGrowthKiB([&] { Journal::codex(codexWorst); }));
+    std::printf("  %-52s %10lld KiB\n", "Journal::claude, 40 MiB, no newline in the last 32 MiB", peakGrowthKiB([&] { Journal::claude(claudeOneLine); }));
     return 0;
 }

@@ -2,6 +2,7 @@
 // the page cache plus one JSON parse) and a naive reader that parses every line, for scale.
 #include "journal.h"
 #include "tailreader.h"
+#include "testsupport.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -61,19 +62,6 @@ QString writeLog(const QTemporaryDir &dir, const QString &name, const QByteArray
     return file.fileName();
 }
 
-/// Bytes this process has passed through read() so far (Linux).
-qint64 bytesRead()
-{
-    QFile io(u"/proc/self/io"_s);
-    if (!io.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : io.readAll().split('\n')) {
-        if (line.startsWith("rchar:"))
-            return line.mid(6).trimmed().toLongLong();
-    }
-    return -1;
-}
-
 struct Figure {
     double medianMs;
     qint64 bytes;
@@ -83,11 +71,11 @@ struct Figure {
 Figure measure(int runs, const std::function<void()> &call)
 {
     call(); // warm the page cache and the allocator
-    const qint64 before = bytesRead();
+    const qint64 before = TestSupport::bytesRead();
     call();
     // The /proc read itself goes through read(); measure it so it can be subtracted.
-    const qint64 probe = bytesRead();
-    const qint64 overhead = bytesRead() - probe;
+    const qint64 probe = TestSupport::bytesRead();
+    const qint64 overhead = TestSupport::bytesRead() - probe;
     const qint64 bytes = probe - before - overhead;
     std::vector<double> times;
     QElapsedTimer timer;

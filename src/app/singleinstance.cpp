@@ -91,8 +91,10 @@ SingleInstance::SingleInstance(QString folder, QObject *parent)
 
 SingleInstance::~SingleInstance()
 {
-    while (!m_clients.empty())
-        dropClient(m_clients.begin()->first);
+    for (auto &[fd, client] : m_clients) {
+        client->notifier.reset();
+        ::close(fd);
+    }
     if (m_listener >= 0) {
         delete m_listenerNotifier;
         ::close(m_listener);

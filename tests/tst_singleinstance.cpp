@@ -65,24 +65,6 @@ int sayReopen(const QString &path)
     return 0;
 }
 
-struct Environment {
-    QByteArray name;
-    QByteArray saved;
-    bool wasSet;
-    explicit Environment(const char *variable)
-        : name(variable)
-        , saved(qgetenv(variable))
-        , wasSet(qEnvironmentVariableIsSet(variable))
-    {
-    }
-    ~Environment()
-    {
-        if (wasSet)
-            qputenv(name.constData(), saved);
-        else
-            qunsetenv(name.constData());
-    }
-};
 } // namespace
 
 class TestSingleInstance : public QObject
@@ -112,50 +94,44 @@ private Q_SLOTS:
     // choose or hold it.
     void privateFolder_data()
     {
-        QTest::addColumn<int>("runtimeMode"); // 0: no $XDG_RUNTIME_DIR
-        QTest::addColumn<bool>("runtimeIsAStrangers");
-        QTest::addColumn<QString>("inTemp"); // what is already at the temporary folder's place
+        QTest::addColumn<QString>("runtime"); // what $XDG_RUNTIME_DIR names
+        QTest::addColumn<QString>("inTemp"); // what already is at her name in the temporary folder
         QTest::addColumn<QString>("expected");
-        QTest::addRow("her runtime folder") << 0700 << false << u"nothing"_s << u"run"_s;
-        QTest::addRow("no runtime folder: one of hers in the temporary folder") << 0 << false << u"nothing"_s << u"tmp/yuzuha-%1"_s;
-        QTest::addRow("a runtime folder others may enter is passed over") << 0755 << false << u"nothing"_s << u"tmp/yuzuha-%1"_s;
-        QTest::addRow("a stranger's runtime folder is passed over") << 0700 << true << u"nothing"_s << u"tmp/yuzuha-%1"_s;
-        QTest::addRow("a stranger's folder in the temporary folder is passed over") << 0 << false << u"stranger"_s << u"cache/yuzuha"_s;
-        QTest::addRow("an open folder in the temporary folder is passed over") << 0 << false << u"open"_s << u"cache/yuzuha"_s;
-        QTest::addRow("a link in the temporary folder is passed over") << 0 << false << u"link"_s << u"cache/yuzuha"_s;
+        QTest::addRow("her runtime folder") << u"hers"_s << u"nothing"_s << u"run"_s;
+        QTest::addRow("a runtime folder others may enter is passed over") << u"open"_s << u"nothing"_s << u"tmp/yuzuha-%1"_s;
+        QTest::addRow("a stranger's runtime folder is passed over") << u"stranger"_s << u"nothing"_s << u"tmp/yuzuha-%1"_s;
+        QTest::addRow("a stranger's folder in the temporary folder is passed over") << u"nothing"_s << u"stranger"_s << u"cache/yuzuha"_s;
+        QTest::addRow("a link in the temporary folder is passed over") << u"nothing"_s << u"link"_s << u"cache/yuzuha"_s;
     }
     void privateFolder()
     {
-        QFETCH(int, runtimeMode);
-        QFETCH(bool, runtimeIsAStrangers);
+        QFETCH(QString, runtime);
         QFETCH(QString, inTemp);
         QFETCH(QString, expected);
-        if (runtimeIsAStrangers || inTemp == u"stranger")
-            if (::geteuid() != 0)
-                QSKIP("making a stranger's folder needs root");
-        const Environment runtime("XDG_RUNTIME_DIR"), temp("TMPDIR"), cache("XDG_CACHE_HOME");
-        if (runtimeMode) {
-            const QString run = folder(u"run"_s, mode_t(runtimeMode));
-            if (runtimeIsAStrangers)
-                QCOMPARE(::chown(QFile::encodeName(run).constData(), nobody, nobody), 0);
-            qputenv("XDG_RUNTIME_DIR", QFile::encodeName(run));
-        } else {
-            qunsetenv("XDG_RUNTIME_DIR");
+        if ((runtime == u"stranger" || inTemp == u"stranger") && ::geteuid() != 0)
+            QSKIP("making a stranger's folder needs root");
+        const QString uid = QString::number(::geteuid());
+        const auto place = [this](const QString &name, const QString &kind) {
+            if (kind == u"link")
+                return QFile::link(folder(u"elsewhere"_s), m_dir->filePath(name));
+            const QByteArray path = QFile::encodeName(folder(name, kind == u"open" ? 0777 : 0700));
+            return kind != u"stranger" || ::chown(path.constData(), nobody, nobody) == 0;
+        };
+        qunsetenv("XDG_RUNTIME_DIR");
+        if (runtime != u"nothing") {
+            QVERIFY(place(u"run"_s, runtime));
+            qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_dir->filePath(u"run"_s)));
         }
+        // The other tests' scratch folders come from the usual temporary folder.
+        const auto restore
+            = qScopeGuard([temp = qgetenv("TMPDIR"), wasSet = qEnvironmentVariableIsSet("TMPDIR")] { wasSet ? qputenv("TMPDIR", temp) : qunsetenv("TMPDIR"); });
         qputenv("TMPDIR", QFile::encodeName(folder(u"tmp"_s, 01777)));
         qputenv("XDG_CACHE_HOME", QFile::encodeName(m_dir->filePath(u"cache"_s)));
-        const QString taken = m_dir->filePath(u"tmp/yuzuha-%1"_s.arg(::geteuid()));
-        if (inTemp == u"stranger") {
-            folder(u"tmp/yuzuha-%1"_s.arg(::geteuid()));
-            QCOMPARE(::chown(QFile::encodeName(taken).constData(), nobody, nobody), 0);
-        } else if (inTemp == u"open") {
-            folder(u"tmp/yuzuha-%1"_s.arg(::geteuid()), 0777);
-        } else if (inTemp == u"link") {
-            QVERIFY(QFile::link(folder(u"elsewhere"_s), taken));
-        }
+        if (inTemp != u"nothing")
+            QVERIFY(place(u"tmp/yuzuha-"_s + uid, inTemp));
 
         const QString chosen = SingleInstance::privateFolder().value_or(QString());
-        QCOMPARE(chosen, m_dir->filePath(expected.replace(u"%1"_s, QString::number(::geteuid()))));
+        QCOMPARE(chosen, m_dir->filePath(expected.replace(u"%1"_s, uid)));
         struct stat info {
         };
         QCOMPARE(::lstat(QFile::encodeName(chosen).constData(), &info), 0);

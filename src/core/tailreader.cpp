@@ -52,6 +52,7 @@ void TailReader::setTail(qint64 byteCount)
     m_dataFileStart = regionEnd;
     m_dataBegin = m_capacity;
     m_cursor = m_capacity;
+    m_newlineFreeFrom = regionEnd;
     m_passDone = !m_intact;
 }
 
@@ -60,7 +61,12 @@ std::optional<QByteArrayView> TailReader::next()
     while (!m_passDone) {
         const char *const buffer = m_buffer.get();
         const bool moreToRead = m_dataFileStart > m_regionStart;
-        const qint64 newline = lastNewline(buffer, m_dataBegin, m_cursor);
+        // Bytes from m_newlineFreeFrom on were searched already: a line longer than a chunk is
+        // searched once, not again after every refill.
+        const qint64 searchEnd = m_newlineFreeFrom >= fileOffset(m_cursor) ? m_cursor : m_dataBegin + (m_newlineFreeFrom - m_dataFileStart);
+        const qint64 newline = lastNewline(buffer, m_dataBegin, searchEnd);
+        if (newline < 0)
+            m_newlineFreeFrom = m_dataFileStart;
         if (newline >= 0) {
             if (newline + 1 == m_cursor) {
                 m_cursor = newline;

@@ -62,6 +62,8 @@ private:
     qint64 m_dataBegin = 0;
     qint64 m_cursor = 0;
     qint64 m_dataFileStart = 0;
+    /// File bytes from here to the cursor's hold no newline.
+    qint64 m_newlineFreeFrom = 0;
 
     qint64 m_regionStart = 0;
     bool m_passDone = false;

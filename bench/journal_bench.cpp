@@ -2,6 +2,7 @@
 // the page cache plus one JSON parse) and a naive reader that parses every line, for scale.
 #include "journal.h"
 #include "tailreader.h"
+#include "testsupport.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -61,19 +62,6 @@ QString writeLog(const QTemporaryDir &dir, const QString &name, const QByteArray
     return file.fileName();
 }
 
-/// Bytes this process has passed through read() so far (Linux).
-qint64 bytesRead()
-{
-    QFile io(u"/proc/self/io"_s);
-    if (!io.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : io.readAll().split('\n')) {
-        if (line.startsWith("rchar:"))
-            return line.mid(6).trimmed().toLongLong();
-    }
-    return -1;
-}
-
 struct Figure {
     double medianMs;
     qint64 bytes;
@@ -83,11 +71,11 @@ struct Figure {
 Figure measure(int runs, const std::function<void()> &call)
 {
     call(); // warm the page cache and the allocator
-    const qint64 before = bytesRead();
+    const qint64 before = TestSupport::bytesRead();
     call();
     // The /proc read itself goes through read(); measure it so it can be subtracted.
-    const qint64 probe = bytesRead();
-    const qint64 overhead = bytesRead() - probe;
+    const qint64 probe = TestSupport::bytesRead();
+    const qint64 overhead = TestSupport::bytesRead() - probe;
     const qint64 bytes = probe - before - overhead;
     std::vector<double> times;
     QElapsedTimer timer;
@@ -227,6 +215,8 @@ int main()
     QByteArray sidechain = claudeReply;
     sidechain.replace("\"isSidechain\":false", "\"isSidechain\":true");
     const QString claudeSidechains = writeLog(dir, u"claude-sidechains.jsonl"_s, {}, sidechain, 40 * MiB, {});
+    // One line of 40 MiB: no newline anywhere in the last 32 MiB, so every tail step comes up empty.
+    const QString claudeOneLine = writeLog(dir, u"claude-one-line.jsonl"_s, {}, QByteArray(MiB, 'a'), 40 * MiB, "\n");
 
     if (Journal::claude(claudeCommon).tokens != 46'203 || Journal::claude(claudeRecent).tokens != 46'203 || Journal::codex(codexCommon).tokens != 12'000
         || !Journal::claude(claudeWorst).isEmpty() || Journal::codex(codexWorst).tokens)
@@ -242,6 +232,7 @@ int main()
     print("floor: the 32 MiB tail read back in chunks, one buffer", measure(21, [&] { chunkedTailCall(claudeWorst); }));
     print("Journal::claude, 40 MiB, nothing decisive", measure(21, [&] { Journal::claude(claudeWorst); }));
     print("Journal::codex, 40 MiB, nothing decisive", measure(21, [&] { Journal::codex(codexWorst); }));
+    print("Journal::claude, 40 MiB, no newline in the last 32 MiB", measure(21, [&] { Journal::claude(claudeOneLine); }));
     print("Journal::claude, 40 MiB, every line a sidechain reply", measure(5, [&] { Journal::claude(claudeSidechains); }));
     print("naive: parse every line of the 64 MiB Claude log", measure(3, [&] { naiveClaude(claudeCommon); }));
 
@@ -250,5 +241,6 @@ int main()
     std::printf("  %-52s %10lld KiB\n", "Journal::claude, 64 MiB, usage 200 KiB from the end", peakGrowthKiB([&] { Journal::claude(claudeCommon); }));
     std::printf("  %-52s %10lld KiB\n", "Journal::claude, 40 MiB, nothing decisive", peakGrowthKiB([&] { Journal::claude(claudeWorst); }));
     std::printf("  %-52s %10lld KiB\n", "Journal::codex, 40 MiB, nothing decisive", peakGrowthKiB([&] { Journal::codex(codexWorst); }));
+    std::printf("  %-52s %10lld KiB\n", "Journal::claude, 40 MiB, no newline in the last 32 MiB", peakGrowthKiB([&] { Journal::claude(claudeOneLine); }));
     return 0;
 }

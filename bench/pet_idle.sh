@@ -43,7 +43,7 @@ opengl) rhi="QSG_RHI_BACKEND=opengl" ;;
 *) echo "backend is software or opengl" >&2; exit 2 ;;
 esac
 
-mkdir -p "$home/tmp" # its own single-instance socket
+mkdir -p "$home/tmp" && mkdir -m 700 "$home/run" # its own single-instance socket
 # The program takes the account's home from the user database, not from $HOME. As root, a private
 # mount namespace lays the scratch home over the real one so she reads the session above; otherwise
 # she reads the account's own logs, which is fine for an idle figure as long as they do not change.
@@ -51,10 +51,10 @@ real_home=$(getent passwd "$(id -u)" | cut -d: -f6)
 # shellcheck disable=SC2086
 if [ "$(id -u)" = 0 ] && command -v unshare >/dev/null 2>&1 && [ -n "$real_home" ]; then
     unshare -m sh -c 'mount --bind "$0" "$1" && shift && exec "$@"' "$home" "$real_home" \
-        env -u XDG_CONFIG_HOME -u XDG_SESSION_TYPE -u QT_QUICK_BACKEND $rhi HOME="$real_home" TMPDIR="$real_home/tmp" DISPLAY="$display" \
+        env -u XDG_CONFIG_HOME -u XDG_SESSION_TYPE -u QT_QUICK_BACKEND $rhi HOME="$real_home" TMPDIR="$real_home/tmp" XDG_RUNTIME_DIR="$real_home/run" DISPLAY="$display" \
         QT_QPA_PLATFORM=xcb LIBGL_ALWAYS_SOFTWARE=1 "$app" >/dev/null 2>&1 &
 else
-    env -u XDG_CONFIG_HOME -u XDG_SESSION_TYPE -u QT_QUICK_BACKEND $rhi HOME="$home" TMPDIR="$home/tmp" DISPLAY="$display" QT_QPA_PLATFORM=xcb \
+    env -u XDG_CONFIG_HOME -u XDG_SESSION_TYPE -u QT_QUICK_BACKEND $rhi HOME="$home" TMPDIR="$home/tmp" XDG_RUNTIME_DIR="$home/run" DISPLAY="$display" QT_QPA_PLATFORM=xcb \
         LIBGL_ALWAYS_SOFTWARE=1 "$app" >/dev/null 2>&1 &
 fi
 pid=$!

@@ -36,9 +36,9 @@ xvfb=$!
 i=0
 until xdpyinfo -display "$display" >/dev/null 2>&1 || [ $i -ge 50 ]; do sleep 0.1; i=$((i + 1)); done
 
-# A private temporary folder keeps the single-instance socket apart from any Yuzuha already running.
-mkdir -p "$home/tmp"
-export DISPLAY="$display" HOME="$home" TMPDIR="$home/tmp" QT_QPA_PLATFORM=xcb QT_QUICK_BACKEND=software
+# Private runtime and temporary folders keep the single-instance socket apart from any Yuzuha already running.
+mkdir -p "$home/tmp" && mkdir -m 700 "$home/run"
+export DISPLAY="$display" HOME="$home" TMPDIR="$home/tmp" XDG_RUNTIME_DIR="$home/run" QT_QPA_PLATFORM=xcb QT_QUICK_BACKEND=software
 unset XDG_CONFIG_HOME XDG_SESSION_TYPE || true
 "$test_binary"
 

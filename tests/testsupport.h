@@ -103,6 +103,19 @@ public:
     }
 };
 
+/// Bytes the calling thread has passed through read() so far (Linux), or -1.
+inline qint64 bytesRead()
+{
+    QFile io(u"/proc/thread-self/io"_s);
+    if (!io.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : io.readAll().split('\n')) {
+        if (line.startsWith("rchar:"))
+            return line.mid(6).trimmed().toLongLong();
+    }
+    return -1;
+}
+
 struct Run {
     int exitCode = -1;
     QByteArray out;

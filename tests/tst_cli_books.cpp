@@ -25,13 +25,14 @@ class TestCliBooks : public QObject
     }
 
     // The user's settings live in a temporary XDG config folder, so no real setting is read or written.
-    Run books(const QStringList &arguments, const QByteArray &input = {})
+    QProcessEnvironment environment() const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"HOME"_s, home());
         environment.insert(u"XDG_CONFIG_HOME"_s, m_dir->filePath(u"config"_s));
-        return run(QStringLiteral(YUZUHA_BOOKS), arguments, input, environment);
+        return environment;
     }
+    Run books(const QStringList &arguments, const QByteArray &input = {}) { return run(QStringLiteral(YUZUHA_BOOKS), arguments, input, environment()); }
     QJsonArray listed(const QStringList &options = {})
     {
         const Run r = books(QStringList { u"--json"_s, u"--home"_s, home() } + options);
@@ -159,6 +160,34 @@ private Q_SLOTS:
         QTest::addRow("not JSON at all") << QByteArray() << u"garbage"_s << nothing;
         QTest::addRow("nothing on stdin") << QByteArray() << QString() << nothing;
     }
+    // The agent may hand its status over in several writes, and one status may be long.
+    void statuslineReadsToTheEnd_data()
+    {
+        QTest::addColumn<int>("padding");
+        QTest::addColumn<int>("writes");
+        QTest::addRow("over 64 KiB") << 100'000 << 1;
+        QTest::addRow("in two writes") << 0 << 2;
+    }
+    void statuslineReadsToTheEnd()
+    {
+        QFETCH(int, padding);
+        QFETCH(int, writes);
+        const QString path = writeLog(u"t.jsonl"_s, claudeTokens(84'000), 30);
+        const QByteArray input = "{\"transcript_path\":\"" + path.toUtf8() + "\",\"note\":\"" + QByteArray(padding, 'x') + "\"}";
+        QProcess process;
+        process.setProcessEnvironment(environment());
+        process.start(QStringLiteral(YUZUHA_BOOKS), { u"statusline"_s });
+        QVERIFY(process.waitForStarted());
+        const qsizetype half = input.size() / writes;
+        process.write(input.first(half));
+        QVERIFY(process.waitForBytesWritten());
+        QTest::qWait(200); // the tool has read the first part by now
+        process.write(input.sliced(half));
+        process.closeWriteChannel();
+        process.waitForFinished(); // false when the tool quit before the second write
+        QCOMPARE(process.readAllStandardOutput(), QByteArray("▰▰▱▱▱▱ 42% · 84K/200K · Chotto tsukareta kamo.\n"));
+    }
+
     void statusline()
     {
         QFETCH(QByteArray, log);

@@ -3,6 +3,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using TestSupport::Run;
 
@@ -26,7 +28,11 @@ class TestCliRead : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY(m_dir.isValid()); }
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        QCOMPARE(mkfifo(QFile::encodeName(m_dir.filePath(u"fifo.jsonl"_s)).constData(), 0600), 0);
+    }
 
     void read_data()
     {
@@ -67,6 +73,8 @@ private Q_SLOTS:
         const QString missing = m_dir.filePath(u"missing.jsonl"_s);
         QTest::addRow("missing file names the file") << QStringList { u"read"_s, missing } << missing.toUtf8();
         QTest::addRow("a folder names the folder") << QStringList { u"read"_s, m_dir.path() } << m_dir.path().toUtf8();
+        const QString fifo = m_dir.filePath(u"fifo.jsonl"_s);
+        QTest::addRow("a FIFO is refused without waiting for a writer") << QStringList { u"read"_s, fifo } << fifo.toUtf8();
         QTest::addRow("unknown option") << QStringList { u"read"_s, u"--bogus"_s, missing } << "usage: yuzuha-books read"_ba;
         QTest::addRow("unknown provider") << QStringList { u"read"_s, u"--provider"_s, u"gemini"_s, missing } << "usage: yuzuha-books read"_ba;
         QTest::addRow("no file") << QStringList { u"read"_s } << "usage: yuzuha-books read"_ba;

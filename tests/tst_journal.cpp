@@ -7,7 +7,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <chrono>
+#include <future>
 #include <limits>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using Journal::Reading;
@@ -149,6 +155,27 @@ private Q_SLOTS:
         QVERIFY(!Journal::headCwd(path));
         QCOMPARE(Journal::claude(path), Reading());
         QCOMPARE(Journal::codex(path), Reading());
+    }
+
+    // A FIFO named like a log, or a log swapped for one after the sweep listed it, has no writer:
+    // opening it for reading would wait forever. Each reader must refuse it at once.
+    void fifoIsRefusedWithoutWaiting()
+    {
+        const QString fifo = m_dir.filePath(u"fifo.jsonl"_s);
+        QCOMPARE(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        auto refused = std::async(std::launch::async, [fifo] {
+            return !Journal::tailLines(fifo, Journal::tailSizes[0]) && !Journal::headCwd(fifo) && Journal::claude(fifo).isEmpty()
+                && Journal::codex(fifo).isEmpty() && !Journal::TailReader(fifo).isOpen();
+        });
+        using namespace std::chrono_literals;
+        const bool finished = refused.wait_for(5s) == std::future_status::ready;
+        // A reader stuck in open() is released by a writer that comes and goes, so the test ends either way.
+        while (refused.wait_for(20ms) != std::future_status::ready) {
+            if (const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK); fd >= 0)
+                ::close(fd);
+        }
+        QVERIFY2(finished, "a reader waited on a FIFO");
+        QVERIFY(refused.get());
     }
 
     void claude_data()
@@ -308,6 +335,22 @@ private Q_SLOTS:
         file.close();
         QCOMPARE(file.size(), fileSize);
         QCOMPARE(isCodex ? Journal::codex(file.fileName()) : Journal::claude(file.fileName()), expected);
+    }
+
+    // No newline in the last 32 MiB: every tail step comes up empty, and each larger one must reuse
+    // what the smaller one read, so one call reads at most 32 MiB.
+    void growingTailsReadEachByteOnce()
+    {
+        QFile file(m_dir.filePath(u"no-newline.jsonl"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(claudeTokens(9) + '\n');
+        QVERIFY(file.resize(40 * MiB)); // zeros: one 40 MiB line without a newline
+        file.close();
+        const qint64 before = bytesRead();
+        QVERIFY(before >= 0);
+        QCOMPARE(Journal::claude(file.fileName()), Reading());
+        const qint64 read = bytesRead() - before;
+        QVERIFY2(read <= Journal::tailSizes.back() + 4 * KiB, qPrintable(u"%1 bytes read"_s.arg(read)));
     }
 
     // A line whose end happens to be a valid record, cut by the 256 KiB tail right at that record:

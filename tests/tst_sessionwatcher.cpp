@@ -1,3 +1,4 @@
+#include "logfile.h"
 #include "sessionscan.h"
 #include "systemlog.h"
 #include "testsupport.h"
@@ -8,7 +9,9 @@
 
 #include <atomic>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace TestSupport;
@@ -257,6 +260,38 @@ private Q_SLOTS:
         QCOMPARE(s.pass(0).size(), 1);
         QVERIFY(QFile::remove(path));
         QCOMPARE(s.pass(0).size(), 0);
+    }
+
+    // Names that are not UTF-8 are listed and read like any other, kept apart, and shown lossily.
+    void namesThatAreNotUtf8()
+    {
+        const QByteArray folder = QFile::encodeName(home()) + "/.claude/projects/-home-u-caf\xe9";
+        QVERIFY(QDir().mkpath(home() + u"/.claude/projects"_s));
+        QCOMPARE(::mkdir(folder.constData(), 0700), 0);
+        const QList<QByteArray> names { folder
+                + "/ses\xff\xfe"
+                  "1.jsonl",
+            folder
+                + "/ses\xfe\xff"
+                  "1.jsonl" };
+        for (qsizetype i = 0; i < names.size(); ++i) {
+            const int fd = ::open(names.at(i).constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+            QVERIFY(fd >= 0);
+            const QByteArray bytes = claudeTokens(1'000 * (i + 1), "claude-sonnet-4-5", "") + '\n';
+            const timespec times[2] = { { 0, UTIME_OMIT }, { epoch.toSecsSinceEpoch() - 60, 0 } };
+            QCOMPARE(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
+            QCOMPARE(::futimens(fd, times), 0);
+            ::close(fd);
+        }
+        SessionScan s = scan();
+        QList<Session> sessions = s.pass(0);
+        QCOMPARE(sessions.size(), 2);
+        std::sort(sessions.begin(), sessions.end(), [](const Session &a, const Session &b) { return a.tokens < b.tokens; });
+        for (qsizetype i = 0; i < names.size(); ++i) {
+            QCOMPARE(sessions.at(i).tokens, 1'000 * (i + 1));
+            QCOMPARE(LogFile::nativePath(sessions.at(i).id), names.at(i));
+            QCOMPARE(sessions.at(i).project, u"caf\ufffd"_s);
+        }
     }
 
     void sweepIsLogged()

@@ -11,20 +11,9 @@
 #include "windowmanager.h"
 
 #include <QApplication>
-#include <QLocalSocket>
 #include <QQuickWindow>
 
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
-
 using namespace Qt::StringLiterals;
-
-namespace
-{
-constexpr int connectTimeoutMs = 500;
-const QByteArray reopenMessage = QByteArrayLiteral("reopen\n");
-} // namespace
 
 void AppDelegate::preparePlatform()
 {
@@ -37,18 +26,9 @@ void AppDelegate::preparePlatform()
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }
 
-QString AppDelegate::socketName()
-{
-    // One instance per user: the name carries who runs it.
-#ifdef Q_OS_UNIX
-    return AppInfo::id.toString() + u'-' + QString::number(::getuid());
-#else
-    return AppInfo::id.toString() + u'-' + qEnvironmentVariable("USERNAME");
-#endif
-}
-
 AppDelegate::AppDelegate(QObject *parent)
     : QObject(parent)
+    , m_instance(SingleInstance::privateFolder().value_or(QString()))
 {
     // Settings land in ~/.config/Yuzuha/Yuzuha.conf.
     QCoreApplication::setOrganizationName(AppInfo::name.toString());
@@ -58,34 +38,12 @@ AppDelegate::AppDelegate(QObject *parent)
     // She lives in a tool window and the tray; closing a window never ends the program.
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
-    connect(&m_server, &QLocalServer::newConnection, this, [this] {
-        while (QLocalSocket *socket = m_server.nextPendingConnection()) {
-            connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-            connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-                if (socket->readAll().contains(reopenMessage.trimmed()))
-                    reopen();
-            });
-        }
-    });
+    connect(&m_instance, &SingleInstance::reopenRequested, this, &AppDelegate::reopen);
 }
 
 bool AppDelegate::claimInstance()
 {
-    const QString name = socketName();
-    QLocalSocket probe;
-    probe.connectToServer(name);
-    if (probe.waitForConnected(connectTimeoutMs)) {
-        probe.write(reopenMessage);
-        probe.waitForBytesWritten(connectTimeoutMs);
-        probe.disconnectFromServer();
-        return false;
-    }
-    // Nobody answered: whatever socket file is left belongs to a process that is gone.
-    QLocalServer::removeServer(name);
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
-    if (!m_server.listen(name))
-        qWarning("Yuzuha: cannot listen for re-open requests: %s", qPrintable(m_server.errorString()));
-    return true;
+    return m_instance.claim();
 }
 
 void AppDelegate::launch()

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <QLocalServer>
+#include "singleinstance.h"
+
 #include <QObject>
 #include <QString>
 
 /// Brings the program up in a fixed order and brings her back when the program is launched again
 /// while it runs. There is only ever one Yuzuha per user session: a second launch hands the
-/// re-open request to the running one over a per-user local socket and exits.
+/// re-open request to the running one (see SingleInstance) and exits.
 class AppDelegate : public QObject
 {
     Q_OBJECT
@@ -15,9 +16,6 @@ public:
     /// Runs before the application object exists: on a Wayland session use X11 through XWayland
     /// (a Wayland client cannot place its own window) unless the user chose a platform.
     static void preparePlatform();
-
-    /// The local socket name of the running user, e.g. "app.yuzuha.Yuzuha-1000".
-    static QString socketName();
 
     explicit AppDelegate(QObject *parent = nullptr);
 
@@ -30,5 +28,5 @@ public:
     void reopen();
 
 private:
-    QLocalServer m_server;
+    SingleInstance m_instance;
 };

@@ -1,10 +1,10 @@
 #include "readcommand.h"
 
 #include "console.h"
+#include "logfile.h"
 
 #include <QCommandLineParser>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -50,12 +50,11 @@ int run(const QStringList &arguments)
     }
 
     // The readers absorb every error; the tool should say when there was nothing to read at all.
-    QFile probe(path);
-    if (QFileInfo(path).isDir() || !probe.open(QIODevice::ReadOnly)) {
+    // The probe opens the way the readers do, so a FIFO is refused instead of waited on.
+    if (!LogFile::open(path).isOpen()) {
         Console::err(u"yuzuha-books: cannot read "_s + path);
         return Console::usageExit;
     }
-    probe.close();
 
     const Journal::Reading reading = *provider == Provider::codex ? Journal::codex(path) : Journal::claude(path);
     Console::out(toJson(reading));

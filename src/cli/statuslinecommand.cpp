@@ -6,17 +6,40 @@
 #include "readcommand.h"
 #include "sessionscan.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
+#include <cerrno>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace StatuslineCommand
 {
+namespace
+{
+// Status-line input is one small object; a megabyte is far more than it ever holds.
+constexpr qsizetype inputLimit = 1 << 20;
+
+/// Standard input to its end, which may come in many writes; at most `inputLimit` bytes.
+QByteArray readInput()
+{
+    QByteArray input(inputLimit, Qt::Uninitialized);
+    qsizetype size = 0;
+    while (size < inputLimit) {
+        const ssize_t got = ::read(STDIN_FILENO, input.data() + size, size_t(inputLimit - size));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        size += got;
+    }
+    input.truncate(size);
+    return input;
+}
+} // namespace
+
 QString meter(int tier)
 {
     QString segments;
@@ -37,7 +60,7 @@ QString lineFor(const QByteArray &input, qint64 bedtime)
 {
     const QJsonDocument document = QJsonDocument::fromJson(input);
     const QString path = document.object().value(u"transcript_path"_s).toString();
-    if (path.isEmpty() || !QFileInfo(path).isFile())
+    if (path.isEmpty())
         return neutralLine.toString();
     SessionScan scan([] { return std::make_shared<const QList<FleetAccess::Snapshot>>(); }, {}, [](qsizetype, qsizetype) {});
     const std::optional<Session> session = scan.read({ path, ReadCommand::providerForPath(path) }, bedtime);
@@ -48,12 +71,7 @@ int run(const QStringList &arguments)
 {
     if (!arguments.isEmpty())
         return Console::usage(synopsis);
-    QFile in;
-    QByteArray input;
-    // Status-line input is one small object; a megabyte is far more than it ever holds.
-    if (in.open(stdin, QIODevice::ReadOnly))
-        input = in.read(1 << 20);
-    Console::out(lineFor(input, Preferences::readBedtime(*Preferences::userStore())));
+    Console::out(lineFor(readInput(), Preferences::readBedtime(*Preferences::userStore())));
     return 0;
 }
 } // namespace StatuslineCommand

@@ -1,5 +1,6 @@
 #include "fleetaccess.h"
 
+#include "logfile.h"
 #include "preferences.h"
 
 #include <QDir>
@@ -64,7 +65,7 @@ QString FleetAccess::homeFolder()
 #if defined(Q_OS_UNIX)
     // The account's own home, not $HOME, which a shell or a sandbox may have changed.
     if (const passwd *entry = getpwuid(getuid()); entry && entry->pw_dir && *entry->pw_dir)
-        return QDir::cleanPath(QFile::decodeName(entry->pw_dir));
+        return QDir::cleanPath(LogFile::pathFromNative(entry->pw_dir));
 #endif
     return QDir::cleanPath(QDir::homePath());
 }

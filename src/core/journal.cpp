@@ -1,8 +1,8 @@
 #include "journal.h"
 
+#include "logfile.h"
 #include "tailreader.h"
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -217,17 +217,15 @@ std::optional<Tail> tailLines(const QString &path, qint64 byteCount)
 {
     if (byteCount < 0)
         return std::nullopt;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    const LogFile::Descriptor file = LogFile::open(path);
+    if (!file.isOpen())
         return std::nullopt;
-    const qint64 length = file.size();
+    const qint64 length = file.length();
     const qint64 start = length > byteCount ? length - byteCount : 0;
-    if (!file.seek(start))
-        return std::nullopt;
 
     Tail tail;
     tail.bytes.resize(length - start);
-    const qint64 got = length > start ? file.read(tail.bytes.data(), length - start) : 0;
+    const qint64 got = length > start ? file.readAt(tail.bytes.data(), length - start, start) : 0;
     if (got < 0)
         return std::nullopt;
     tail.bytes.truncate(got);
@@ -266,13 +264,13 @@ Reading codex(const QString &path)
 
 std::optional<QString> headCwd(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    const LogFile::Descriptor file = LogFile::open(path);
+    if (!file.isOpen())
         return std::nullopt;
     // Most logs are far smaller than the head; don't allocate more than the file holds.
-    const qint64 want = std::clamp<qint64>(file.size(), 0, headSize);
+    const qint64 want = std::clamp<qint64>(file.length(), 0, headSize);
     QByteArray head(want, Qt::Uninitialized);
-    const qint64 got = want > 0 ? file.read(head.data(), want) : 0;
+    const qint64 got = want > 0 ? file.readAt(head.data(), want, 0) : 0;
     if (got <= 0)
         return std::nullopt;
     const QByteArrayView bytes(head.constData(), got);

@@ -42,7 +42,7 @@ struct Tail {
 };
 
 /// The last `byteCount` bytes of a file split into lines; the first line is dropped when the
-/// read started past offset 0. Absent when the file cannot be opened, positioned or read.
+/// read started past offset 0. Absent when the file cannot be opened or read, or is not a regular file.
 std::optional<Tail> tailLines(const QString &path, qint64 byteCount);
 
 /// The newest decisive record of a Claude Code log: usage (tokens, model, cwd) or compaction (cwd).

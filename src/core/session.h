@@ -44,7 +44,9 @@ int tier(std::optional<qint64> tokens, qint64 window);
 
 /// One agent session as last read from its log file.
 struct Session {
-    QString id; ///< full path of the log file
+    /// Full path of the log file. A name that is not UTF-8 keeps each stray byte as a lone surrogate
+    /// (LogFile::pathFromNative), so the id still leads back to the file and no two files share one.
+    QString id;
     Provider provider = Provider::claude;
     QString project;
     std::optional<qint64> tokens; ///< absent for a fresh or just-compacted session

@@ -1,5 +1,6 @@
 #include "sessionscan.h"
 
+#include "logfile.h"
 #include "systemlog.h"
 
 #include <QDir>
@@ -16,15 +17,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-QString toQString(const fs::path &path)
-{
-#if defined(Q_OS_WIN)
-    return QString::fromStdWString(path.native());
-#else
-    return QFile::decodeName(QByteArray::fromStdString(path.native()));
-#endif
-}
-
 bool isHidden(const fs::path &name)
 {
     const auto &text = name.native();
@@ -75,7 +67,7 @@ struct Walk {
             // Compared in the file system's own time, so that an old log costs one stat and nothing more.
             const fs::file_time_type modified = entry.last_write_time(error);
             if (!error && modified > cutoff)
-                found->append({ toQString(entry.path()), provider });
+                found->append({ LogFile::pathFromNative(entry.path().native()), provider });
         }
     }
 };
@@ -123,7 +115,7 @@ void SessionScan::sweep()
             // A root below a folder named "subagents" holds nothing we read.
             if (QDir::cleanPath(snapshot.root).split(u'/').contains(u"subagents"_s))
                 continue;
-            Walk { cutoff, *provider, &found }.folder(fs::path(QFile::encodeName(snapshot.root).toStdString()));
+            Walk { cutoff, *provider, &found }.folder(fs::path(LogFile::nativePath(snapshot.root).toStdString()));
         }
     }
     m_candidates = std::move(found);
@@ -137,13 +129,11 @@ void SessionScan::sweep()
 
 std::optional<Session> SessionScan::read(const Candidate &candidate, qint64 bedtime)
 {
-    const QFileInfo info(candidate.path);
-    if (!info.exists() || !info.isFile())
+    const std::optional<LogFile::Status> info = LogFile::status(candidate.path);
+    if (!info || !info->regular)
         return std::nullopt;
-    const QDateTime modified = info.lastModified().toUTC();
-    if (!modified.isValid())
-        return std::nullopt;
-    const qint64 size = info.size();
+    const QDateTime &modified = info->modified;
+    const qint64 size = info->size;
 
     auto cached = m_cache.find(candidate.path);
     if (cached == m_cache.end() || cached->size != size || cached->modified != modified) {
@@ -152,7 +142,7 @@ std::optional<Session> SessionScan::read(const Candidate &candidate, qint64 bedt
     }
     const Journal::Reading &reading = cached->reading;
 
-    const QDateTime born = info.birthTime().toUTC();
+    const QDateTime &born = info->born;
     Session session;
     session.id = candidate.path;
     session.provider = candidate.provider;
@@ -177,8 +167,9 @@ qint64 SessionScan::effectiveWindow(Provider provider, const Journal::Reading &r
 
 QString SessionScan::project(const std::optional<QString> &cwd, const QString &path, Provider provider)
 {
+    // A name may hold bytes that are not UTF-8 (see LogFile); the project is only ever shown.
     if (cwd && !cwd->isEmpty()) {
-        QString trimmed = *cwd;
+        QString trimmed = LogFile::displayText(*cwd);
         while (trimmed.size() > 1 && trimmed.endsWith(u'/'))
             trimmed.chop(1);
         const QString last = trimmed == u"/"_s ? trimmed : trimmed.section(u'/', -1);
@@ -188,7 +179,7 @@ QString SessionScan::project(const std::optional<QString> &cwd, const QString &p
     if (provider == Provider::codex)
         return u"Codex"_s;
     // Claude Code names a project's folder after its path with "/" turned into "-".
-    const QString folder = QFileInfo(path).dir().dirName();
+    const QString folder = LogFile::displayText(QFileInfo(path).dir().dirName());
     const QStringList pieces = folder.split(u'-', Qt::SkipEmptyParts);
     if (!pieces.isEmpty() && pieces.last().size() >= 2)
         return pieces.last();

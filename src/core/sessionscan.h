@@ -31,7 +31,7 @@ public:
     static constexpr qint64 raisedWindow = 1'000'000;
 
     struct Candidate {
-        QString path;
+        QString path; ///< as LogFile names it: text that leads back to the file's bytes
         Provider provider;
     };
     struct Cached {

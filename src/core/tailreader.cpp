@@ -26,25 +26,33 @@ qint64 lastNewline(const char *buffer, qint64 from, qint64 to)
 } // namespace
 
 TailReader::TailReader(const QString &path, qint64 chunkSize)
-    : m_file(path)
+    : m_file(LogFile::open(path))
     , m_chunkSize(std::max<qint64>(chunkSize, 1))
+    , m_length(m_file.length())
+    , m_open(m_file.isOpen())
 {
-    m_open = m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    if (m_open)
-        m_length = std::max<qint64>(m_file.size(), 0);
 }
 
 void TailReader::setTail(qint64 byteCount)
 {
+    const qint64 regionStart = m_length - std::clamp<qint64>(byteCount, 0, m_length);
+    // The last pass ran out at its region's start, and what it had not handed out (the piece it
+    // dropped, and the blank lines before it) is still in the buffer: reach further back from there.
+    if (m_passDone && m_intact && m_regionStart > 0 && regionStart < m_regionStart) {
+        m_regionStart = regionStart;
+        m_passDone = false;
+        return;
+    }
     // After a finished pass over the whole file nothing is left; after one that was stopped early
     // nothing is known to be examined.
     const qint64 end = !m_passDone ? m_length : m_regionStart == 0 ? 0 : m_unexaminedEnd;
-    m_regionStart = m_length - std::clamp<qint64>(byteCount, 0, m_length);
+    m_regionStart = regionStart;
     const qint64 regionEnd = std::max(end, m_regionStart);
     m_unexaminedEnd = regionEnd;
     m_dataFileStart = regionEnd;
     m_dataBegin = m_capacity;
     m_cursor = m_capacity;
+    m_newlineFreeFrom = regionEnd;
     m_passDone = !m_intact;
 }
 
@@ -53,7 +61,12 @@ std::optional<QByteArrayView> TailReader::next()
     while (!m_passDone) {
         const char *const buffer = m_buffer.get();
         const bool moreToRead = m_dataFileStart > m_regionStart;
-        const qint64 newline = lastNewline(buffer, m_dataBegin, m_cursor);
+        // Bytes from m_newlineFreeFrom on were searched already: a line longer than a chunk is
+        // searched once, not again after every refill.
+        const qint64 searchEnd = m_newlineFreeFrom >= fileOffset(m_cursor) ? m_cursor : m_dataBegin + (m_newlineFreeFrom - m_dataFileStart);
+        const qint64 newline = lastNewline(buffer, m_dataBegin, searchEnd);
+        if (newline < 0)
+            m_newlineFreeFrom = m_dataFileStart;
         if (newline >= 0) {
             if (newline + 1 == m_cursor) {
                 m_cursor = newline;
@@ -103,7 +116,7 @@ void TailReader::refill()
     char *const target = m_buffer.get() + (m_capacity - carry - count);
     // A short read means the file shrank under us: what it would have held is gone, so the data
     // ends here rather than being pieced together from two versions of the file.
-    if (!m_file.seek(at) || m_file.read(target, count) != count) {
+    if (m_file.readAt(target, count, at) != count) {
         m_intact = false;
         m_passDone = true;
         return;

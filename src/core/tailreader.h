@@ -1,7 +1,8 @@
 #pragma once
 
+#include "logfile.h"
+
 #include <QByteArrayView>
-#include <QFile>
 #include <QString>
 
 #include <memory>
@@ -17,7 +18,7 @@ namespace Journal
 /// kept, and the oldest piece dropped when the region starts past offset 0 (it may be the
 /// cut-off end of an older line). Plain reads, never a mapping: a log truncated while mapped
 /// would raise SIGBUS. The file's length is taken once, when it is opened; a read that comes
-/// back short (the file shrank) ends the data.
+/// back short (the file shrank) ends the data. Anything but a regular file is not opened.
 class TailReader
 {
 public:
@@ -31,8 +32,8 @@ public:
     qint64 length() const { return m_length; }
 
     /// Starts a pass over the last `byteCount` bytes. When the previous pass ran to its end, the
-    /// lines it yielded are not yielded again: the pass goes on from the line it dropped, so a
-    /// growing series of tails reads each byte about once.
+    /// lines it yielded are not yielded again: the pass goes on from the line it dropped, whose
+    /// bytes are still in the buffer, so a growing series of tails reads each byte once.
     void setTail(qint64 byteCount);
     /// The next older line of the pass, without its newline; valid until the next call.
     /// Absent when the pass is over.
@@ -48,7 +49,7 @@ private:
     void reserve(qint64 carry, qint64 count);
     qint64 fileOffset(qint64 index) const { return m_dataFileStart + (index - m_dataBegin); }
 
-    QFile m_file;
+    LogFile::Descriptor m_file;
     qint64 m_chunkSize;
     qint64 m_length = 0;
     bool m_open = false;
@@ -61,6 +62,8 @@ private:
     qint64 m_dataBegin = 0;
     qint64 m_cursor = 0;
     qint64 m_dataFileStart = 0;
+    /// File bytes from here to the cursor's hold no newline.
+    qint64 m_newlineFreeFrom = 0;
 
     qint64 m_regionStart = 0;
     bool m_passDone = false;

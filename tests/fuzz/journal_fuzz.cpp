@@ -1,8 +1,10 @@
 // Feeds arbitrary bytes to the log readers as a log file and checks what they promise: they
 // never crash, the Claude reader never states a window, the Codex reader never names a model,
 // the tail reader hands out non-empty lines without newlines that lie inside its buffer, and the
-// backward reader, in tiny chunks, yields the same lines newest first.
+// backward reader, in tiny chunks, yields the same lines newest first. The same bytes, read as a
+// file name, turn into text that leads back to them and shows without lone surrogates.
 #include "journal.h"
+#include "logfile.h"
 #include "tailreader.h"
 
 #include <QByteArrayList>
@@ -65,10 +67,21 @@ void checkBackwardReader(const QString &path, qint64 chunkSize, std::initializer
             break;
     }
 }
+
+void checkName(QByteArrayView bytes)
+{
+    const QString text = LogFile::pathFromNative(bytes);
+    require(LogFile::nativePath(text) == bytes, "a name's text leads back to its bytes");
+    if (bytes.isValidUtf8())
+        require(text == QString::fromUtf8(bytes), "a UTF-8 name's text is the usual one");
+    const QString shown = LogFile::displayText(text);
+    require(shown.size() == text.size() && QString::fromUtf8(shown.toUtf8()) == shown, "a name shows without lone surrogates");
+}
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    checkName(QByteArrayView(reinterpret_cast<const char *>(data), qsizetype(size)));
     static QTemporaryDir dir;
     static const QString path = dir.filePath(u"fuzz.jsonl"_s);
     {

@@ -1,0 +1,282 @@
+#include "singleinstance.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr uid_t nobody = 65534;
+
+sockaddr_un address(const QString &path)
+{
+    sockaddr_un to {};
+    to.sun_family = AF_UNIX;
+    const QByteArray bytes = QFile::encodeName(path);
+    std::memcpy(to.sun_path, bytes.constData(), size_t(bytes.size()));
+    return to;
+}
+
+/// Runs `child` in a forked process (which may only make system calls) while this one keeps
+/// serving events; its exit code, or -1 when it had to be stopped after 5 s.
+int runChild(const std::function<int()> &child)
+{
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::alarm(5);
+        ::_exit(child());
+    }
+    int status = 0;
+    while (::waitpid(pid, &status, WNOHANG) == 0)
+        QTest::qWait(10);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+bool becomeNobody()
+{
+    return ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
+}
+
+/// Connects to `path` and says "reopen"; 0 when the message went out.
+int sayReopen(const QString &path)
+{
+    const sockaddr_un to = address(path);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    if (fd < 0 || ::connect(fd, reinterpret_cast<const sockaddr *>(&to), sizeof to) != 0)
+        return 10;
+    if (::write(fd, "reopen\n", 7) != 7)
+        return 11;
+    char byte;
+    (void)::read(fd, &byte, 1); // until the server hangs up
+    return 0;
+}
+
+} // namespace
+
+class TestSingleInstance : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    /// A fresh folder for one test, closed to others unless `mode` says otherwise.
+    QString folder(const QString &name, mode_t mode = 0700)
+    {
+        const QString path = m_dir->filePath(name);
+        if (!QDir().mkpath(path) || ::chmod(QFile::encodeName(path).constData(), mode) != 0)
+            qFatal("cannot make %s", qPrintable(path));
+        return path;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        // Strangers must be able to reach the test's folders, not only root.
+        QCOMPARE(::chmod(QFile::encodeName(m_dir->path()).constData(), 0755), 0);
+    }
+
+    // Where the socket goes. A stranger who can write to a shared folder must not be able to
+    // choose or hold it.
+    void privateFolder_data()
+    {
+        QTest::addColumn<QString>("runtime"); // what $XDG_RUNTIME_DIR names
+        QTest::addColumn<QString>("inTemp"); // what already is at her name in the temporary folder
+        QTest::addColumn<QString>("expected");
+        QTest::addRow("her runtime folder") << u"hers"_s << u"nothing"_s << u"run"_s;
+        QTest::addRow("a runtime folder others may enter is passed over") << u"open"_s << u"nothing"_s << u"tmp/yuzuha-%1"_s;
+        QTest::addRow("a stranger's runtime folder is passed over") << u"stranger"_s << u"nothing"_s << u"tmp/yuzuha-%1"_s;
+        QTest::addRow("a stranger's folder in the temporary folder is passed over") << u"nothing"_s << u"stranger"_s << u"cache/yuzuha"_s;
+        QTest::addRow("a link in the temporary folder is passed over") << u"nothing"_s << u"link"_s << u"cache/yuzuha"_s;
+    }
+    void privateFolder()
+    {
+        QFETCH(QString, runtime);
+        QFETCH(QString, inTemp);
+        QFETCH(QString, expected);
+        if ((runtime == u"stranger" || inTemp == u"stranger") && ::geteuid() != 0)
+            QSKIP("making a stranger's folder needs root");
+        const QString uid = QString::number(::geteuid());
+        const auto place = [this](const QString &name, const QString &kind) {
+            if (kind == u"link")
+                return QFile::link(folder(u"elsewhere"_s), m_dir->filePath(name));
+            const QByteArray path = QFile::encodeName(folder(name, kind == u"open" ? 0777 : 0700));
+            return kind != u"stranger" || ::chown(path.constData(), nobody, nobody) == 0;
+        };
+        qunsetenv("XDG_RUNTIME_DIR");
+        if (runtime != u"nothing") {
+            QVERIFY(place(u"run"_s, runtime));
+            qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_dir->filePath(u"run"_s)));
+        }
+        // The other tests' scratch folders come from the usual temporary folder.
+        const auto restore
+            = qScopeGuard([temp = qgetenv("TMPDIR"), wasSet = qEnvironmentVariableIsSet("TMPDIR")] { wasSet ? qputenv("TMPDIR", temp) : qunsetenv("TMPDIR"); });
+        qputenv("TMPDIR", QFile::encodeName(folder(u"tmp"_s, 01777)));
+        qputenv("XDG_CACHE_HOME", QFile::encodeName(m_dir->filePath(u"cache"_s)));
+        if (inTemp != u"nothing")
+            QVERIFY(place(u"tmp/yuzuha-"_s + uid, inTemp));
+
+        const QString chosen = SingleInstance::privateFolder().value_or(QString());
+        QCOMPARE(chosen, m_dir->filePath(expected.replace(u"%1"_s, uid)));
+        struct stat info {
+        };
+        QCOMPARE(::lstat(QFile::encodeName(chosen).constData(), &info), 0);
+        QVERIFY(S_ISDIR(info.st_mode));
+        QCOMPARE(info.st_uid, ::geteuid());
+        QCOMPARE(info.st_mode & 0777, mode_t(0700));
+    }
+
+    // A second launch shows the first one's pet and ends; whatever a dead instance left where the
+    // socket goes does not keep the first launch from listening.
+    void secondLaunchReopensTheFirst_data()
+    {
+        QTest::addColumn<QString>("leftOver");
+        QTest::addRow("nothing left over") << u"nothing"_s;
+        QTest::addRow("a plain file where the socket goes") << u"file"_s;
+        QTest::addRow("a dead instance's socket") << u"socket"_s;
+    }
+    void secondLaunchReopensTheFirst()
+    {
+        QFETCH(QString, leftOver);
+        SingleInstance first(folder(u"private"_s));
+        if (leftOver == u"file") {
+            QFile file(first.socketPath());
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        } else if (leftOver == u"socket") {
+            const sockaddr_un at = address(first.socketPath());
+            const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+            QCOMPARE(::bind(fd, reinterpret_cast<const sockaddr *>(&at), sizeof at), 0);
+            QCOMPARE(::listen(fd, 1), 0);
+            ::close(fd);
+        }
+        QSignalSpy reopened(&first, &SingleInstance::reopenRequested);
+        QVERIFY(first.claim());
+        QVERIFY(first.isListening());
+        SingleInstance second(first.socketPath().section(u'/', 0, -2));
+        QVERIFY(!second.claim());
+        QVERIFY(!second.isListening());
+        QTRY_COMPARE(reopened.count(), 1);
+    }
+
+    // Another user's program is not believed, at either end of the socket.
+    void strangersAreRefused_data()
+    {
+        QTest::addColumn<bool>("strangerServes");
+        QTest::addRow("a stranger's launch cannot reopen her") << false;
+        QTest::addRow("her launch does not talk to a stranger's server") << true;
+    }
+    void strangersAreRefused()
+    {
+        QFETCH(bool, strangerServes);
+        if (::geteuid() != 0)
+            QSKIP("running a program as another user needs root");
+        // Open to all, so the stranger gets as far as the socket itself.
+        const QString shared = folder(u"shared"_s, 0777);
+        SingleInstance her(shared);
+        QSignalSpy reopened(&her, &SingleInstance::reopenRequested);
+        if (!strangerServes) {
+            QVERIFY(her.claim());
+            QCOMPARE(::chmod(QFile::encodeName(her.socketPath()).constData(), 0666), 0);
+            QCOMPARE(runChild([&] { return becomeNobody() ? sayReopen(her.socketPath()) : 20; }), 0);
+            QTest::qWait(100);
+            QCOMPARE(reopened.count(), 0);
+            QVERIFY(her.isListening());
+            return;
+        }
+        // The stranger holds the lock and listens; it exits 0 only if it heard nothing.
+        int ready[2];
+        QCOMPARE(::pipe(ready), 0);
+        const QByteArray lock = QFile::encodeName(her.lockPath());
+        const sockaddr_un at = address(her.socketPath());
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            if (!becomeNobody())
+                ::_exit(20);
+            const int lockFd = ::open(lock.constData(), O_RDWR | O_CREAT, 0666);
+            const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+            if (lockFd < 0 || ::flock(lockFd, LOCK_EX) != 0 || ::bind(fd, reinterpret_cast<const sockaddr *>(&at), sizeof at) != 0 || ::listen(fd, 4) != 0)
+                ::_exit(21);
+            ::fchmod(fd, 0666);
+            ::chmod(at.sun_path, 0666);
+            (void)::write(ready[1], "r", 1);
+            alarm(3);
+            const int client = ::accept(fd, nullptr, nullptr);
+            char bytes[16];
+            ::_exit(client >= 0 && ::read(client, bytes, sizeof bytes) > 0 ? 1 : 0);
+        }
+        char byte;
+        QCOMPARE(::read(ready[0], &byte, 1), 1);
+        // She starts on her own rather than hand her launch to someone else.
+        QVERIFY(her.claim());
+        QVERIFY(!her.isListening());
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        QVERIFY2(!WIFEXITED(status) || WEXITSTATUS(status) == 0, "the stranger heard from her");
+        ::close(ready[0]);
+        ::close(ready[1]);
+    }
+
+    // A program of her own that opens over a thousand connections and holds them: with the usual
+    // limit of 1,024 descriptors the listener must neither run out of them nor close for good.
+    void floodLeavesTheListenerStanding()
+    {
+        rlimit saved {};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+        rlimit usual = saved;
+        usual.rlim_cur = std::min<rlim_t>(1024, saved.rlim_max);
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &usual), 0);
+        const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_NOFILE, &saved); });
+
+        SingleInstance first(folder(u"private"_s));
+        QSignalSpy reopened(&first, &SingleInstance::reopenRequested);
+        QVERIFY(first.claim());
+        const sockaddr_un at = address(first.socketPath());
+        const int flooder = runChild([&] {
+            rlimit plenty = saved;
+            plenty.rlim_cur = saved.rlim_max;
+            ::setrlimit(RLIMIT_NOFILE, &plenty);
+            // Keeps connecting, for up to 3 s, until it holds 1,050 connections; then holds them for 1 s.
+            timespec start {}, now {};
+            ::clock_gettime(CLOCK_MONOTONIC, &start);
+            int held = 0;
+            while (held < 1'050) {
+                ::clock_gettime(CLOCK_MONOTONIC, &now);
+                if (now.tv_sec - start.tv_sec >= 3)
+                    break;
+                const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+                if (fd >= 0 && ::connect(fd, reinterpret_cast<const sockaddr *>(&at), sizeof at) == 0) {
+                    ++held;
+                } else {
+                    ::close(fd);
+                    ::usleep(500);
+                }
+            }
+            ::sleep(1);
+            return held > 0 ? 0 : 1;
+        });
+        QCOMPARE(flooder, 0);
+        QVERIFY(first.isListening());
+        // A launch a moment later; in this test it shares her thread, so it must not find her mid-cleanup.
+        QTest::qWait(200);
+        SingleInstance second(first.socketPath().section(u'/', 0, -2));
+        QVERIFY(!second.claim());
+        QTRY_COMPARE(reopened.count(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSingleInstance)
+#include "tst_singleinstance.moc"

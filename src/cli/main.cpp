@@ -2,6 +2,7 @@
 #include "barcommand.h"
 #include "bookscommand.h"
 #include "console.h"
+#include "logfile.h"
 #include "readcommand.h"
 #include "statuslinecommand.h"
 #include "watchcommand.h"
@@ -71,8 +72,10 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationName(u"yuzuha-books"_s);
     QCoreApplication::setApplicationVersion(AppInfo::version.toString());
 
-    QStringList arguments = QCoreApplication::arguments();
-    arguments.removeFirst();
+    // Arguments name files, and a file name need not be UTF-8: keep every byte so the file can be opened again.
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(LogFile::pathFromNative(argv[i]));
     // Asking for help or the version is not a mistake, wherever it is asked.
     if (arguments.contains(u"--help"_s) || arguments.contains(u"-h"_s))
         return help();

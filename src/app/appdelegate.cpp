@@ -1,14 +1,7 @@
 #include "appdelegate.h"
 
 #include "appinfo.h"
-#include "fleetaccess.h"
-#include "folderprompt.h"
-#include "fonts.h"
-#include "petcontroller.h"
-#include "preferences.h"
-#include "sessionwatcher.h"
-#include "statusitemcontroller.h"
-#include "windowmanager.h"
+#include "application.h"
 
 #include <QApplication>
 #include <QQuickWindow>
@@ -24,6 +17,15 @@ void AppDelegate::preparePlatform()
     // bench/pet_idle.sh under Xvfb: 0.23 % of a core and 60 MB against 0.48 % and 146 MB with OpenGL.
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND"))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
+bool AppDelegate::hasGraphicalSession()
+{
+    // A platform the user chose other than X11 or Wayland (offscreen, vnc, …) brings its own display.
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
+    if (!platform.isEmpty() && !platform.startsWith(u"xcb"_s) && !platform.startsWith(u"wayland"_s))
+        return true;
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 AppDelegate::AppDelegate(QObject *parent)
@@ -46,22 +48,16 @@ bool AppDelegate::claimInstance()
     return m_instance.claim();
 }
 
+AppDelegate::~AppDelegate() = default;
+
 void AppDelegate::launch()
 {
-    Fonts::registerAll();
-    FleetAccess::shared()->setPrompt(std::make_unique<DialogFolderPrompt>());
-    SessionWatcher::shared()->start();
-    new StatusItemController(SessionWatcher::shared(), this);
-    PetController::shared()->showOnLaunch();
-    // Her context menu and a click while she sees no folder open the ordinary windows.
-    connect(PetController::shared(), &PetController::settingsRequested, WindowManager::shared(), &WindowManager::showSettings);
-    connect(PetController::shared(), &PetController::welcomeRequested, WindowManager::shared(), &WindowManager::showWelcome);
-    // Only the welcome's own button sets the flag, so closing it from the title bar brings it back next time.
-    if (!Preferences::shared()->defaults().value(Preferences::hasSeenWelcomeKey.toString(), false).toBool())
-        WindowManager::shared()->showWelcome();
+    m_application = std::make_unique<Application>(Application::userEnvironment());
+    m_application->launch();
 }
 
 void AppDelegate::reopen()
 {
-    PetController::shared()->showPet();
+    if (m_application)
+        m_application->reopen();
 }

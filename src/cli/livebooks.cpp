@@ -14,8 +14,13 @@ namespace
 {
 SessionWatcher::Config configFor(const QString &home)
 {
-    const std::unique_ptr<QSettings> store = Preferences::userStore();
-    return { [list = BooksCommand::snapshots(home)] { return list; }, store->fileName(), store->format(), {}, [](qsizetype, qsizetype) {} };
+    return { [list = BooksCommand::snapshots(home)] { return list; }, {}, [](qsizetype, qsizetype) {} };
+}
+
+// The app keeps the bedtime in its settings file; another process can only read it from there.
+qint64 userBedtime()
+{
+    return Preferences::readBedtime(*Preferences::userStore());
 }
 } // namespace
 
@@ -46,7 +51,10 @@ int LiveBooks::run(Show show)
     connect(&m_watcher, &SessionWatcher::passFinished, this, [this, show = std::move(show)] {
         if (!show(m_watcher.sessions()))
             stop();
+        // A bedtime chosen in the app meanwhile counts from the next pass on.
+        m_watcher.setBedtime(userBedtime());
     });
+    m_watcher.setBedtime(userBedtime());
     m_watcher.start();
     return QCoreApplication::exec();
 }

@@ -2,6 +2,7 @@
 #include "petmodel.h"
 #include "petpanel.h"
 #include "petstageview.h"
+#include "sprites.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -23,7 +24,7 @@ using TestSupport::session;
 // A sprite-shaped bitmap: opaque except a transparent left third.
 QImage fakeSprite(int, int pixelHeight)
 {
-    QImage image(int(std::lround(pixelHeight * 427.0 / 1151.0)), pixelHeight, QImage::Format_ARGB32_Premultiplied);
+    QImage image(Sprites::widthFor(pixelHeight), pixelHeight, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::black);
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width() / 3; ++x)
@@ -287,7 +288,7 @@ private Q_SLOTS:
         f.controller->showOnLaunch();
         f.controller->model()->setAnnouncing(false);
         const QRectF sprite = f.controller->stage()->spriteRect();
-        QCOMPARE(sprite.size(), QSizeF(93, 250));
+        QCOMPARE(sprite.size(), QSizeF(94, 250));
         QCOMPARE(sprite.bottom(), 372.0 - 30);
         const QPointF onHer(sprite.right() - 5, sprite.center().y());
         const QPointF beside(sprite.left() + 5, sprite.center().y());

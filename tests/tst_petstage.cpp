@@ -1,4 +1,5 @@
 #include "petstageview.h"
+#include "sprites.h"
 
 #include <QQuickWindow>
 #include <QSignalSpy>
@@ -8,7 +9,7 @@ namespace
 {
 QImage opaque(int, int pixelHeight)
 {
-    QImage image(int(std::lround(pixelHeight * 427.0 / 1151.0)), pixelHeight, QImage::Format_ARGB32_Premultiplied);
+    QImage image(Sprites::widthFor(pixelHeight), pixelHeight, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::black);
     return image;
 }
@@ -84,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(scene.stage->mask());
         const QRectF before = scene.stage->spriteRect();
         // Centred and snapped to whole pixels: 135 − 46.5 rounds to 89.
-        QCOMPARE(before, QRectF(89, 92, 93, 250));
+        QCOMPARE(before, QRectF(88, 92, 94, 250));
         scene.stage->setImageSource([](int, int) { return QImage(); });
         scene.stage->setTier(4);
         QSignalSpy changed(scene.stage, &PetStageView::contentsChanged);

@@ -7,6 +7,7 @@
 #include "reducemotion.h"
 #include "sessionspopover.h"
 #include "sessionwatcher.h"
+#include "sprites.h"
 #include "statusitemcontroller.h"
 
 #include <QActionGroup>
@@ -57,8 +58,8 @@ qreal PetController::spriteHeight(Preferences::Size size)
 PetController::Geometry PetController::geometry(Preferences::Size size)
 {
     const qreal height = spriteHeight(size);
-    // round(height × 427 / 1151), halves away from zero, as the sprites are scaled.
-    const qreal width = std::round(height * 427.0 / 1151.0);
+    // Halves away from zero, as the sprites are scaled.
+    const qreal width = std::round(height * spriteAspect);
     return { QSizeF(width, height), QSizeF(std::max(width + 40, minimumPanelWidth), height + bubbleBand + tagBand) };
 }
 

@@ -310,7 +310,9 @@ QSGNode *PetStageView::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
         QSGImageNode *node = w->createImageNode();
         node->setOwnsTexture(true);
         node->setTexture(w->createTextureFromImage(m_image));
-        node->setFiltering(QSGTexture::Linear);
+        // The bitmap is drawn one to one; while she breathes it stretches by a row or two, which nearest
+        // sampling does by repeating rows instead of blurring her.
+        node->setFiltering(QSGTexture::Nearest);
         node->setRect(rect);
         node->setSourceRect(QRectF(QPointF(0, 0), node->texture()->textureSize()));
         if (root->current) {

@@ -12,8 +12,11 @@
 #include <functional>
 #include <optional>
 
-/// Every sprite is 427 wide for 1151 high; the panel and the scaled bitmaps are sized from this ratio.
-inline constexpr double spriteAspect = 427.0 / 1151.0;
+/// Her art is drawn on a grid 47 pixels wide and 125 high, stored blown up by a whole factor; the panel and the
+/// scaled bitmaps are sized from this ratio, and medium (250 px) shows every art pixel as a 2 × 2 block.
+inline constexpr int spriteArtColumns = 47;
+inline constexpr int spriteArtRows = 125;
+inline constexpr double spriteAspect = double(spriteArtColumns) / spriteArtRows;
 
 /// The character's pixel-art images: the file for an outfit and tier, scaled to the height the stage draws at.
 /// Static operations over two process-wide caches (main thread only); failures are never cached.
@@ -22,8 +25,11 @@ class Sprites
 public:
     Sprites() = delete;
 
-    /// round(pixelHeight × 427 / 1151), halves away from zero.
+    /// round(pixelHeight × spriteAspect), halves away from zero.
     static int widthFor(int pixelHeight);
+    /// `full` at exactly `size`, kept sharp: back to its art grid, blown up to the next whole multiple without
+    /// smoothing, then reduced smoothly to `size` (untouched at a whole multiple), premultiplied.
+    static QImage sharpScaled(const QImage &full, QSize size);
 
     /// The full-size image of a tier (0–6) for an outfit (the chosen one when none is given), or a null image.
     static QImage original(int tier, std::optional<Preferences::Outfit> outfit = std::nullopt);

@@ -234,6 +234,15 @@ struct Parser {
             book.headTilt[size_t(t)] = { slope, pivot };
             return true;
         }
+        if (word == u"canvas") {
+            bool a = false, b = false;
+            const int w = tokens.size() == 3 ? tokens[1].toInt(&a) : 0;
+            const int h = tokens.size() == 3 ? tokens[2].toInt(&b) : 0;
+            if (!a || !b || w < 1 || h < 1 || w > 1024 || h > 1024)
+                return fail(u"canvas WIDTH HEIGHT"_s);
+            book.size = QSize(w, h);
+            return true;
+        }
         if (word == u"figure") {
             bool a = false, b = false;
             const double row = tokens.size() == 3 ? tokens[1].toDouble(&a) : 0;
@@ -352,22 +361,22 @@ struct Parser {
     }
 };
 
-using Mask = std::vector<char>;
+struct Mask {
+    int width = 0, height = 0;
+    std::vector<char> bits = std::vector<char>(size_t(width * height), 0);
 
-bool inGrid(int x, int y)
-{
-    return x >= 0 && y >= 0 && x < gridWidth && y < gridHeight;
-}
+    bool inside(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
+};
 
 void set(Mask &m, int x, int y)
 {
-    if (inGrid(x, y))
-        m[size_t(y * gridWidth + x)] = 1;
+    if (m.inside(x, y))
+        m.bits[size_t(y * m.width + x)] = 1;
 }
 
 bool has(const Mask &m, int x, int y)
 {
-    return inGrid(x, y) && m[size_t(y * gridWidth + x)];
+    return m.inside(x, y) && m.bits[size_t(y * m.width + x)];
 }
 
 double segmentDistance(double px, double py, double ax, double ay, double bx, double by)
@@ -380,13 +389,12 @@ double segmentDistance(double px, double py, double ax, double ay, double bx, do
     return std::sqrt(qx * qx + qy * qy);
 }
 
-constexpr int centre = (gridWidth - 1) / 2;
-
 // Her figure bends columns toward or away from the centre, row by row, and a tilted head leans its rows over
 // by whole pixels above the neck. Areas are sampled through the inverse (`unbend`), so outlines stay one pixel
 // wide; lines and dots are moved pixel by pixel (`bendPixel`).
 struct Bend {
     const Book *book = nullptr; // null: straight
+    int centre = 0;
     double tilt = 0; // columns per row above `pivot`, to the right when positive
     int pivot = 0;
 
@@ -432,6 +440,7 @@ void plotLine(QPoint a, QPoint b, Mask &mask, const std::function<void(int, int)
 // Rasterises one primitive; `flip` mirrors it about the centre column, `bend` fits it to her figure.
 void rasterise(const Primitive &p, bool flip, QPoint offset, const Bend &bend, Mask &mask)
 {
+    const int gridWidth = mask.width, gridHeight = mask.height;
     const auto X = [&](double x) { return (flip ? (gridWidth - 1) - x : x) + offset.x(); };
     const auto Y = [&](double y) { return y + offset.y(); };
     const QList<double> &n = p.numbers;
@@ -559,7 +568,7 @@ struct Painter {
 
     void put(int x, int y, const QColor &c)
     {
-        if (inGrid(x, y))
+        if (canvas.rect().contains(x, y))
             canvas.setPixelColor(x, y, c);
     }
 
@@ -583,7 +592,7 @@ struct Painter {
                             return false;
                         }
                         const int x = g.x + int(c);
-                        put((pass ? (gridWidth - 1) - x - drift : x + drift) + at.x(), g.y + int(r) + at.y(), *col);
+                        put((pass ? (canvas.width() - 1) - x - drift : x + drift) + at.x(), g.y + int(r) + at.y(), *col);
                     }
             return true;
         }
@@ -596,13 +605,14 @@ struct Painter {
             *error = u"unknown colour "_s + shape.colour + u' ' + shape.outlineColour;
             return false;
         }
-        Mask mask(size_t(gridWidth * gridHeight), 0);
+        const int gridWidth = canvas.width(), gridHeight = canvas.height();
+        Mask mask { gridWidth, gridHeight };
         for (const Primitive &p : shape.parts) {
             if (!(shape.mirror || p.mirror)) {
                 rasterise(p, false, at, bend, mask);
             } else if (bend.book && bend.symmetric() && at.x() == 0) {
                 // Bent sampling is floating point: mirror the drawn pixels so both sides match exactly.
-                Mask half(mask.size(), 0);
+                Mask half { gridWidth, gridHeight };
                 rasterise(p, false, at, bend, half);
                 for (int y = 0; y < gridHeight; ++y)
                     for (int x = 0; x < gridWidth; ++x)
@@ -686,7 +696,7 @@ bool followsFigure(const Layer &layer)
 
 QImage render(const Book &book, int tier, QString *error)
 {
-    QImage canvas(gridWidth, gridHeight, QImage::Format_ARGB32);
+    QImage canvas(book.size, QImage::Format_ARGB32);
     canvas.fill(Qt::transparent);
     Painter painter { book, canvas, tier };
     for (const QString &slot : slotOrder()) {
@@ -694,8 +704,9 @@ QImage render(const Book &book, int tier, QString *error)
             if (layer.slot != slot || !(layer.tiers & (1u << tier)))
                 continue;
             const QPoint offset = layer.head ? book.headShift[size_t(tier)] : QPoint();
-            const Bend bend = layer.head ? Bend { nullptr, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y() }
-                                         : Bend { followsFigure(layer) ? &book : nullptr, 0, 0 };
+            const int centre = (book.size.width() - 1) / 2;
+            const Bend bend = layer.head ? Bend { nullptr, centre, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y() }
+                                         : Bend { followsFigure(layer) ? &book : nullptr, centre, 0, 0 };
             for (const Shape &shape : layer.shapes) {
                 if (!(shape.tiers & (1u << tier)))
                     continue;
@@ -713,12 +724,6 @@ QImage render(const Book &book, int tier, QString *error)
 
 QImage sprite(const QImage &grid)
 {
-    QImage out(spriteWidth, spriteHeight, QImage::Format_ARGB32);
-    out.fill(Qt::transparent);
-    const QImage big = grid.scaled(grid.width() * scale, grid.height() * scale, Qt::IgnoreAspectRatio, Qt::FastTransformation);
-    QPainter painter(&out);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.drawImage(0, topPadding, big);
-    return out;
+    return grid.scaled(grid.width() * scale, grid.height() * scale, Qt::IgnoreAspectRatio, Qt::FastTransformation);
 }
 } // namespace Art

@@ -138,7 +138,7 @@ bool writeAll(const QString &artDir, const QString &outDir, QString *error)
 QImage contactSheet(const QString &artDir, QString *error)
 {
     constexpr int height = 250;
-    const int width = int(std::lround(height * 427.0 / 1151.0));
+    const int width = int(std::lround(height * double(Art::spriteWidth) / Art::spriteHeight));
     constexpr int gap = 14, label = 110, top = 30;
     const int columns = Art::tierCount;
     const int rows = int(outfits().size());

@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <vector>
@@ -224,14 +225,21 @@ struct Parser {
             book.headShift[t] = QPoint(dx, dy);
             return true;
         }
-        if (word == u"headtilt") {
+        if (word == u"headtilt" || word == u"slouch") {
             bool a = false, b = false, c = false;
             const int t = tokens.size() == 4 ? tokens[1].toInt(&a) : -1;
             const double slope = tokens.size() == 4 ? tokens[2].toDouble(&b) : 0;
             const int pivot = tokens.size() == 4 ? tokens[3].toInt(&c) : 0;
             if (!a || !b || !c || t < 0 || t >= tierCount || std::abs(slope) > 0.5)
-                return fail(u"headtilt TIER SLOPE PIVOTROW"_s);
-            book.headTilt[size_t(t)] = { slope, pivot };
+                return fail(word + u" TIER SLOPE PIVOTROW"_s);
+            (word == u"slouch" ? book.slouch : book.headTilt)[size_t(t)] = { slope, pivot };
+            return true;
+        }
+        if (word == u"rim") {
+            const QColor c = tokens.size() == 3 ? QColor(u'#' + tokens[2]) : QColor();
+            if (!c.isValid())
+                return fail(u"rim MATERIAL COLOUR"_s);
+            book.rims.append({ tokens[1], c });
             return true;
         }
         if (word == u"canvas") {
@@ -397,9 +405,14 @@ struct Bend {
     int centre = 0;
     double tilt = 0; // columns per row above `pivot`, to the right when positive
     int pivot = 0;
+    QPair<double, int> slouch {}; // the same for her whole upper body above the hips
 
-    int lean(int y) const { return y < pivot ? int(std::round((pivot - y) * tilt)) : 0; }
-    bool symmetric() const { return tilt == 0; }
+    int lean(int y) const
+    {
+        const auto over = [y](double slope, int from) { return y < from ? int(std::round((from - y) * slope)) : 0; };
+        return over(tilt, pivot) + over(slouch.first, slouch.second);
+    }
+    bool symmetric() const { return tilt == 0 && slouch.first == 0; }
     double unbend(int x, int y) const
     {
         const double straight = x - lean(y);
@@ -694,6 +707,51 @@ bool followsFigure(const Layer &layer)
 }
 } // namespace
 
+namespace
+{
+// Dark materials named by "rim" get a light line just inside her ink outline, where it meets the desktop, so
+// she keeps her shape on a dark wallpaper and her ink on a light one.
+void rim(const Book &book, QImage &canvas)
+{
+    if (book.rims.isEmpty())
+        return;
+    const int w = canvas.width(), h = canvas.height();
+    std::vector<char> outside(size_t(w * h), 0);
+    std::vector<QPoint> todo;
+    for (int x = 0; x < w; ++x)
+        todo.insert(todo.end(), { QPoint(x, 0), QPoint(x, h - 1) });
+    for (int y = 0; y < h; ++y)
+        todo.insert(todo.end(), { QPoint(0, y), QPoint(w - 1, y) });
+    while (!todo.empty()) {
+        const QPoint p = todo.back();
+        todo.pop_back();
+        if (!canvas.rect().contains(p) || outside[size_t(p.y() * w + p.x())] || qAlpha(canvas.pixel(p)))
+            continue;
+        outside[size_t(p.y() * w + p.x())] = 1;
+        todo.insert(todo.end(), { p + QPoint(1, 0), p - QPoint(1, 0), p + QPoint(0, 1), p - QPoint(0, 1) });
+    }
+    const auto isOutside = [&](QPoint p) { return !canvas.rect().contains(p) || outside[size_t(p.y() * w + p.x())]; };
+    const QList<QPoint> steps { { 1, 0 }, { -1, 0 }, { 0, 1 }, { 0, -1 } };
+    QHash<QRgb, QRgb> recolour;
+    for (const auto &[name, colour] : book.rims)
+        for (const QColor &shade : book.materials.value(name))
+            recolour.insert(shade.rgba(), colour.rgba());
+    const QImage drawn = canvas.copy();
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const QPoint p(x, y);
+            const QRgb here = drawn.pixel(p);
+            if (!recolour.contains(here) || std::any_of(steps.begin(), steps.end(), [&](QPoint d) { return isOutside(p + d); }))
+                continue;
+            // One step in from the outline pixel that borders the desktop.
+            const bool behindOutline = std::any_of(steps.begin(), steps.end(),
+                [&](QPoint d) { return !isOutside(p + d) && std::any_of(steps.begin(), steps.end(), [&](QPoint e) { return isOutside(p + d + e); }); });
+            if (behindOutline)
+                canvas.setPixel(p, recolour.value(here));
+        }
+}
+} // namespace
+
 QImage render(const Book &book, int tier, QString *error)
 {
     QImage canvas(book.size, QImage::Format_ARGB32);
@@ -705,8 +763,9 @@ QImage render(const Book &book, int tier, QString *error)
                 continue;
             const QPoint offset = layer.head ? book.headShift[size_t(tier)] : QPoint();
             const int centre = (book.size.width() - 1) / 2;
-            const Bend bend = layer.head ? Bend { nullptr, centre, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y() }
-                                         : Bend { followsFigure(layer) ? &book : nullptr, centre, 0, 0 };
+            const auto slouch = layer.fixed ? QPair<double, int>() : book.slouch[size_t(tier)];
+            const Bend bend = layer.head ? Bend { nullptr, centre, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y(), slouch }
+                                         : Bend { followsFigure(layer) ? &book : nullptr, centre, 0, 0, slouch };
             for (const Shape &shape : layer.shapes) {
                 if (!(shape.tiers & (1u << tier)))
                     continue;
@@ -719,6 +778,7 @@ QImage render(const Book &book, int tier, QString *error)
             }
         }
     }
+    rim(book, canvas);
     return canvas;
 }
 

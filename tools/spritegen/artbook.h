@@ -60,6 +60,11 @@ struct Book {
     std::array<QPoint, tierCount> headShift {};
     /// Per tier: the head leans (columns per row) above a pivot row, the neck, to read as tilted.
     std::array<QPair<double, int>, tierCount> headTilt {};
+    /// Per tier: her upper body leans the same way above a pivot row at the hips (head, arms and what she holds
+    /// go with it; legs and fixed layers stay), so a tired day shows in her posture.
+    std::array<QPair<double, int>, tierCount> slouch {};
+    /// Dark materials and the light colour that lines them just inside her outline where she meets the desktop.
+    QList<QPair<QString, QColor>> rims;
     /// Her figure as (row, horizontal scale about the centre column) stations, linear in between: the torso,
     /// legs and clothes are drawn straight and bent here into shoulders, waist, hips, thighs and calves, so every
     /// outfit follows one body. Empty means no bend. Head layers, her arms and what she holds are not bent.

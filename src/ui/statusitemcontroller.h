@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QList>
+#include <QMap>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -65,9 +66,6 @@ public:
     /// follow a session, the session's id as its data.
     static void populate(QMenu *menu, const State &state);
     static Command commandOf(const QAction *action);
-    /// `icon` with the percentage on a badge along its bottom edge, at `size` × `size` pixels; the plain
-    /// icon without a percentage.
-    static QImage badgedIcon(const QImage &icon, std::optional<int> percent, int size);
 
     /// Carries out the command of a chosen menu item.
     void perform(const QAction *action);
@@ -82,7 +80,7 @@ private:
     QPointer<SessionWatcher> m_watcher;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
-    QImage m_baseIcon;
+    QMap<int, QImage> m_faces;
     bool m_iconDrawn = false;
     std::optional<int> m_iconPercent;
 };

@@ -282,6 +282,17 @@ QRectF PetStageView::spriteRect() const
     return QRectF(left, bottom - size.height(), size.width(), size.height());
 }
 
+qreal PetStageView::headroom() const
+{
+    if (!m_mask || m_mask->width <= 0 || m_imageScale <= 0)
+        return 0;
+    for (int row = 0; row < m_mask->height; ++row)
+        for (int column = m_mask->width / 3; column < m_mask->width * 2 / 3; ++column)
+            if (m_mask->at(column, row) > 40)
+                return row / m_imageScale;
+    return 0;
+}
+
 bool PetStageView::isOnHer(QPointF point) const
 {
     return PassThrough::isOnHer(m_mask, spriteRect(), point);

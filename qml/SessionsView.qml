@@ -9,16 +9,15 @@ Rectangle {
     id: view
 
     required property SessionListModel sessions
+    // What the controls do: follow or let go, open the settings, hide her.
+    required property SessionsPopover popover
 
-    signal toggled(string sessionId)
-    signal followFullest
-    signal settingsRequested
-    signal hideRequested
-
+    // The agent folders that are there but shut to her, as "~/.codex/sessions".
+    readonly property var unreadablePaths: FleetAccess.folders.filter(folder => FleetAccess.unreadableIds.indexOf(folder.id) >= 0).map(folder => "~/" + folder.relativePath)
     readonly property color divider: Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.25)
 
-    width: 330
-    implicitWidth: 330
+    width: Dimensions.popoverWidth
+    implicitWidth: Dimensions.popoverWidth
     height: column.implicitHeight
     implicitHeight: column.implicitHeight
     color: Theme.machine
@@ -74,7 +73,7 @@ Rectangle {
 
                 TapHandler {
                     id: pillTap
-                    onTapped: view.followFullest()
+                    onTapped: view.popover.followFullest()
                 }
             }
         }
@@ -124,8 +123,19 @@ Rectangle {
 
             delegate: SessionRow {
                 width: ListView.view.width - 16
-                onToggled: id => view.toggled(id)
+                onToggled: id => view.popover.toggleSession(id)
             }
+        }
+
+        Text {
+            objectName: "unreadableText"
+            visible: view.unreadablePaths.length > 0
+            Layout.fillWidth: true
+            Layout.margins: 16
+            text: "She cannot read " + view.unreadablePaths.join(" or ") + ": the folder's permissions keep her out."
+            wrapMode: Text.WordWrap
+            font: Theme.bodyFont(12)
+            color: Theme.coralDeep
         }
 
         Rectangle {
@@ -145,13 +155,13 @@ Rectangle {
             FooterButton {
                 objectName: "settingsButton"
                 text: "Settings\u2026"
-                onClicked: view.settingsRequested()
+                onClicked: view.popover.openSettings()
             }
 
             FooterButton {
                 objectName: "hideButton"
                 text: "Hide Yuzuha"
-                onClicked: view.hideRequested()
+                onClicked: view.popover.hidePet()
             }
 
             Item {

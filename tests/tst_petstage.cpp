@@ -27,7 +27,7 @@ class TestPetStage : public QObject
             window.setGeometry(200, 100, 270, 372);
             stage->setSize(QSizeF(270, 372));
             stage->setImageSource(opaque);
-            stage->layoutSprite(QSizeF(93, 250), 0);
+            stage->layoutSprite(QSizeF(94, 250), 0);
             window.show();
         }
         // Sends the pointer to a screen position, whatever the window has moved to meanwhile.
@@ -100,7 +100,7 @@ private Q_SLOTS:
         PetStageView stage(window.contentItem());
         stage.setSize(QSizeF(270, 372));
         stage.setImageSource([](int, int) { return QImage(); });
-        stage.layoutSprite(QSizeF(93, 250), 0);
+        stage.layoutSprite(QSizeF(94, 250), 0);
         QVERIFY(!stage.isOnHer(QPointF(135, 200)));
     }
 

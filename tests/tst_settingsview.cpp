@@ -1,6 +1,5 @@
 #include "quickdriver.h"
 
-#include "fleetaccess.h"
 #include "qmlregistration.h"
 #include "sessionwatcher.h"
 #include "testsupport.h"
@@ -15,31 +14,14 @@ using namespace Qt::StringLiterals;
 using QuickDriver::click;
 using QuickDriver::find;
 
-namespace
-{
-const FleetFolder &folder(const QString &id)
-{
-    for (const FleetFolder &known : FleetAccess::folders()) {
-        if (known.id == id)
-            return known;
-    }
-    qFatal("unknown folder");
-}
-
-// Without grants the watcher's passes have nothing to read, so clicking never reaches real logs.
-void revokeAll()
-{
-    for (const FleetFolder &known : FleetAccess::folders())
-        FleetAccess::shared()->revoke(known);
-}
-} // namespace
-
 class SettingsViewTest : public QObject
 {
     Q_OBJECT
 
     QTemporaryDir m_config;
+    std::unique_ptr<Application> m_app;
     QQuickView *m_view = nullptr;
+    QSet<QString> m_unreadable; // played folder permissions, by path
 
     QQuickItem *item(const QString &name) const
     {
@@ -53,23 +35,15 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_config.isValid());
-        QuickDriver::useScratchConfig(m_config.path());
-        revokeAll();
-        WindowManager::shared()->showSettings();
-        m_view = WindowManager::shared()->settings();
+        m_app = QuickDriver::scratchApplication(m_config.path(),
+            [this](const QString &path) { return m_unreadable.contains(path) ? FleetAccess::State::unreadable : FleetAccess::State::missing; });
+        m_app->windows()->showSettings();
+        m_view = m_app->windows()->settings();
         QVERIFY(m_view);
         QCOMPARE(m_view->status(), QQuickView::Ready);
     }
-    void init()
-    {
-        FolderGrants::shared()->setDirect(true);
-        QVERIFY(QTest::qWaitForWindowExposed(m_view));
-    }
-    void cleanup()
-    {
-        revokeAll();
-        FleetAccess::shared()->setPrompt(nullptr);
-    }
+    void cleanupTestCase() { m_app.reset(); }
+    void init() { QVERIFY(QTest::qWaitForWindowExposed(m_view)); }
 
     void switchWritesItsSetting_data()
     {
@@ -81,7 +55,7 @@ private Q_SLOTS:
     void switchWritesItsSetting()
     {
         QFETCH(QString, property);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         QQuickItem *control = item(property + u"Switch"_s);
         QVERIFY(control);
         QQuickItem *knob = control->findChild<QQuickItem *>(u"knob"_s);
@@ -121,7 +95,7 @@ private Q_SLOTS:
     {
         QFETCH(Preferences::Size, size);
         QFETCH(Preferences::Size, picked);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         QQuickItem *pills = item(u"sizePills"_s);
         QVERIFY(pills);
 
@@ -165,7 +139,7 @@ private Q_SLOTS:
     {
         QFETCH(Preferences::Outfit, from);
         QFETCH(Preferences::Outfit, to);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         prefs->setOutfit(from);
         QSignalSpy written(prefs, &Preferences::outfitChanged);
 
@@ -177,8 +151,9 @@ private Q_SLOTS:
         QCOMPARE(prefs->defaults().value(u"outfit"_s).toString(), Preferences::rawValue(to));
 
         // Exactly one card carries the heavy outline, and assistive tools hear which.
-        for (const Preferences::Outfit outfit : Preferences::allOutfits) {
-            QQuickItem *each = item(u"tile_"_s + Preferences::rawValue(outfit));
+        for (const Preferences::OutfitName &name : Preferences::outfits) {
+            const Preferences::Outfit outfit = name.outfit;
+            QQuickItem *each = item(u"tile_"_s + name.raw.toString());
             const bool selected = each->property("selected").toBool();
             QCOMPARE(selected, outfit == to);
             const QObject *pen = each->findChild<QQuickItem *>(u"outline"_s)->property("border").value<QObject *>();
@@ -199,10 +174,10 @@ private Q_SLOTS:
         QVERIFY(!find(item(u"tile_office"_s), u"autoBadge"_s));
     }
 
-    // A count written by hand selects no row; each click writes its count, selects only its row and asks for a fresh pass.
+    // A count written by hand selects no row; each click writes its count, selects only its row and hands it to the watcher.
     void bedtimeRows()
     {
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         prefs->setBedtime(123);
         const auto selected = [this] {
             QList<int> rows;
@@ -214,19 +189,19 @@ private Q_SLOTS:
             return rows;
         };
         QCOMPARE(selected(), QList<int>());
-        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
         for (const auto &[row, tokens] : { std::pair { 2, qint64(400'000) }, std::pair { 1, qint64(200'000) }, std::pair { 0, qint64(0) } }) {
             click(item(u"bedtime_%1"_s.arg(row)));
             QCOMPARE(prefs->bedtime(), tokens);
             QCOMPARE(prefs->defaults().value(u"bedtimeTokens"_s).toLongLong(), tokens);
+            // The watcher's next pass uses it.
+            QCOMPARE(m_app->watcher()->bedtime(), tokens);
             QCOMPARE(selected(), QList<int> { row });
         }
-        QCOMPARE(refreshed.size(), 3);
     }
 
     void loginSwitchShowsTheRegistration()
     {
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         QQuickItem *login = item(u"openAtLoginSwitch"_s);
         const QString entry = m_config.filePath(u"autostart/yuzuha.desktop"_s);
         prefs->setOpenAtLogin(false);
@@ -251,73 +226,27 @@ private Q_SLOTS:
 
         QQuickItem *login = item(u"openAtLoginSwitch"_s);
         click(login);
-        QVERIFY(!Preferences::shared()->openAtLogin());
+        QVERIFY(!m_app->preferences()->openAtLogin());
         QCOMPARE(login->property("isOn").toBool(), false);
         QVERIFY(QFile::remove(folder));
     }
 
-    void folderRowsByGrantState_data()
+    void folderRowsSayWhatSheCannotRead()
     {
-        QTest::addColumn<bool>("direct");
-        QTest::addColumn<bool>("granted");
-        QTest::addColumn<QStringList>("shown");
-
-        QTest::addRow("direct access reads every folder, even without a grant") << true << false << QStringList { u"readingBadge"_s };
-        QTest::addRow("granted") << false << true << QStringList { u"removeButton"_s, u"allowedBadge"_s };
-        QTest::addRow("not granted") << false << false << QStringList { u"allowButton"_s };
-    }
-
-    void folderRowsByGrantState()
-    {
-        QFETCH(bool, direct);
-        QFETCH(bool, granted);
-        QFETCH(QStringList, shown);
-        FolderGrants::shared()->setDirect(direct);
-        for (const FleetFolder &known : FleetAccess::folders()) {
-            if (granted)
-                FleetAccess::shared()->store(FleetAccess::shared()->home(), known);
-            QQuickItem *row = item(u"folder_"_s + known.id);
-            QVERIFY(row);
-            QStringList visible;
-            for (const QString &name : { u"readingBadge"_s, u"removeButton"_s, u"allowedBadge"_s, u"allowButton"_s }) {
-                if (find(row, name))
-                    visible.append(name);
-            }
-            QCOMPARE(visible, shown);
-        }
-    }
-
-    void removeRevokesAndRefreshes()
-    {
-        FolderGrants::shared()->setDirect(false);
-        FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"codex"_s));
-        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
-        QQuickItem *row = item(u"folder_codex"_s);
-
-        click(find(row, u"removeButton"_s));
-        QVERIFY(!FleetAccess::shared()->grantedIds().contains(u"codex"_s));
-        QCOMPARE(refreshed.size(), 1);
-        QVERIFY(find(row, u"allowButton"_s) && !find(row, u"allowedBadge"_s));
-    }
-
-    void allowOpensTheChooserAtTheFolder()
-    {
-        FolderGrants::shared()->setDirect(false);
-        // The user cancels: nothing is granted, and the watcher is still asked to look again.
-        auto prompt = std::make_unique<TestSupport::ScriptedPrompt>();
-        const QStringList &startFolders = prompt->startFolders;
-        FleetAccess::shared()->setPrompt(std::move(prompt));
-        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
-        QQuickItem *row = item(u"folder_claude"_s);
-
-        click(find(row, u"allowButton"_s));
-        QCOMPARE(startFolders, QStringList { FleetAccess::shared()->home() + u"/.claude/projects"_s });
-        QVERIFY(FleetAccess::shared()->grantedIds().isEmpty());
-        QCOMPARE(refreshed.size(), 1);
-
-        // A grant arriving from anywhere turns the button into the badge.
-        FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"claude"_s));
-        QVERIFY(find(row, u"allowedBadge"_s) && !find(row, u"allowButton"_s));
+        const auto badges = [this] {
+            QStringList texts;
+            for (const QString &id : { u"claude"_s, u"codex"_s })
+                texts << find(item(u"folder_"_s + id), u"readingBadge"_s)->property("text").toString();
+            return texts;
+        };
+        QCOMPARE(badges(), (QStringList { u"Reading"_s, u"Reading"_s }));
+        m_unreadable.insert(m_app->access()->home() + u"/.codex/sessions"_s);
+        m_app->access()->check();
+        QCOMPARE(badges(), (QStringList { u"Reading"_s, u"Cannot read"_s }));
+        QVERIFY(find(item(u"folder_codex"_s), u"folderPath"_s)->property("text").toString().startsWith(u"~/.codex/sessions \u00b7 "_s));
+        m_unreadable.clear();
+        m_app->access()->check();
+        QCOMPARE(badges(), (QStringList { u"Reading"_s, u"Reading"_s }));
     }
 };
 

@@ -47,6 +47,13 @@ void PetModel::setHovering(bool on)
     notify(&PetModel::hoveringChanged);
 }
 
+void PetModel::setShown(bool on)
+{
+    // Not one of what she says or wears, so the overlay's texts are left alone.
+    m_shown = on;
+    Q_EMIT shownChanged();
+}
+
 PetModel::Line PetModel::line() const
 {
     switch (m_mood) {
@@ -55,7 +62,7 @@ PetModel::Line PetModel::line() const
         return { row.romaji.toString(), row.english.toString() };
     }
     case Mood::blind:
-        return { u"Mienai..."_s, u"I can't see your sessions yet. Click me to let me in."_s };
+        return { u"Mienai..."_s, u"I can't open your session folder. Click me to see which."_s };
     case Mood::empty:
         break;
     }

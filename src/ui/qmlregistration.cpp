@@ -11,69 +11,62 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// The singletons live for the whole process; no engine may delete them when it goes.
+// The start-up code owns these objects; no engine may delete them when it goes.
 template <typename T> T *keptByCpp(T *object)
 {
-    QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
+    if (object)
+        QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
     return object;
 }
 
 std::optional<Preferences::Outfit> outfitAt(int value)
 {
-    if (value < 0 || value >= static_cast<int>(Preferences::allOutfits.size()))
+    if (value < 0 || value >= static_cast<int>(Preferences::outfits.size()))
         return std::nullopt;
-    return static_cast<Preferences::Outfit>(value);
-}
-
-const FleetFolder *folderWithId(const QString &id)
-{
-    for (const FleetFolder &folder : FleetAccess::folders()) {
-        if (folder.id == id)
-            return &folder;
-    }
-    return nullptr;
+    return Preferences::outfits[size_t(value)].outfit;
 }
 } // namespace
 
-Preferences *PreferencesForeign::create(QQmlEngine *, QJSEngine *)
+ViewEngine::ViewEngine(Preferences *preferences, FleetAccess *access, Sprites::Store *sprites, QObject *parent)
+    : QQmlEngine(parent)
+    , m_preferences(preferences)
+    , m_access(access)
 {
-    return keptByCpp(Preferences::shared());
+    // Where the module's qmldir and views are compiled in; Qt 6.4 does not look there by itself.
+    addImportPath(u"qrc:/qt/qml"_s);
+    addImageProvider(u"sprites"_s, new SpriteImageProvider(sprites));
 }
 
-FleetAccess *FleetAccessForeign::create(QQmlEngine *, QJSEngine *)
+Preferences *PreferencesForeign::create(QQmlEngine *engine, QJSEngine *)
 {
-    return keptByCpp(FleetAccess::shared());
+    const ViewEngine *views = ViewEngine::of(engine);
+    return keptByCpp(views ? views->preferences() : nullptr);
 }
 
-SessionWatcher *SessionWatcherForeign::create(QQmlEngine *, QJSEngine *)
+FleetAccess *FleetAccessForeign::create(QQmlEngine *engine, QJSEngine *)
 {
-    return keptByCpp(SessionWatcher::shared());
+    const ViewEngine *views = ViewEngine::of(engine);
+    return keptByCpp(views ? views->access() : nullptr);
 }
 
-Catalog *Catalog::shared()
+Catalog::Catalog(QObject *parent)
+    : QObject(parent)
 {
-    static Catalog *instance = new Catalog;
-    return instance;
-}
-
-Catalog *Catalog::create(QQmlEngine *, QJSEngine *)
-{
-    return keptByCpp(shared());
 }
 
 QVariantList Catalog::outfits()
 {
     QVariantList list;
-    for (const Preferences::Outfit outfit : Preferences::allOutfits)
-        list.append(static_cast<int>(outfit));
+    for (const Preferences::OutfitName &name : Preferences::outfits)
+        list.append(static_cast<int>(name.outfit));
     return list;
 }
 
 QVariantList Catalog::sizes()
 {
     QVariantList list;
-    for (const Preferences::Size size : Preferences::allSizes)
-        list.append(static_cast<int>(size));
+    for (const Preferences::SizeName &name : Preferences::sizes)
+        list.append(static_cast<int>(name.size));
     return list;
 }
 
@@ -117,78 +110,5 @@ int Catalog::resolvedOutfit(int outfit) const
 QString Catalog::sizeLabel(int size) const
 {
     const auto known = Preferences::sizeFromRawValue(size);
-    return known ? Preferences::label(*known) : QString();
-}
-
-FolderGrants *FolderGrants::shared()
-{
-    static FolderGrants *instance = new FolderGrants(FleetAccess::shared());
-    return instance;
-}
-
-FolderGrants *FolderGrants::create(QQmlEngine *, QJSEngine *)
-{
-    return keptByCpp(shared());
-}
-
-FolderGrants::FolderGrants(FleetAccess *access, QObject *parent)
-    : QObject(parent)
-    , m_access(access)
-    , m_direct(FleetAccess::direct())
-{
-    if (access)
-        connect(access, &FleetAccess::grantedIdsChanged, this, &FolderGrants::grantedIdsChanged);
-}
-
-QVariantList FolderGrants::folders()
-{
-    QVariantList list;
-    for (const FleetFolder &folder : FleetAccess::folders()) {
-        list.append(QVariantMap {
-            { u"id"_s, folder.id },
-            { u"label"_s, folder.label },
-            { u"relativePath"_s, folder.relativePath },
-            { u"provider"_s, folder.provider },
-        });
-    }
-    return list;
-}
-
-QStringList FolderGrants::grantedIds() const
-{
-    return m_access ? m_access->grantedIdList() : QStringList();
-}
-
-void FolderGrants::setDirect(bool direct)
-{
-    if (m_direct == direct)
-        return;
-    m_direct = direct;
-    Q_EMIT directChanged();
-}
-
-void FolderGrants::request(const QString &id)
-{
-    const FleetFolder *folder = folderWithId(id);
-    if (!folder || !m_access)
-        return;
-    m_access->request(*folder);
-    SessionWatcher::shared()->refresh();
-}
-
-void FolderGrants::revoke(const QString &id)
-{
-    const FleetFolder *folder = folderWithId(id);
-    if (!folder || !m_access)
-        return;
-    m_access->revoke(*folder);
-    SessionWatcher::shared()->refresh();
-}
-
-void Yuzuha::prepareEngine(QQmlEngine &engine)
-{
-    // Where the module's qmldir and views are compiled in; Qt 6.4 does not look there by itself.
-    engine.addImportPath(u"qrc:/qt/qml"_s);
-    if (!engine.imageProvider(u"sprites"_s))
-        engine.addImageProvider(u"sprites"_s, new SpriteImageProvider);
+    return known ? Preferences::sizeName(*known).label.toString() : QString();
 }

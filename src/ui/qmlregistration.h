@@ -2,20 +2,37 @@
 
 #include "fleetaccess.h"
 #include "preferences.h"
-#include "sessionwatcher.h"
+#include "sprites.h"
 
 #include <QObject>
 #include <QPointer>
+#include <QQmlEngine>
 #include <QStringList>
 #include <QVariantList>
 #include <QtQml/qqml.h>
 
-class QQmlEngine;
-class QJSEngine;
+/// The one QML engine of the program. It finds the compiled-in Yuzuha module, serves the sprite images
+/// ("image://sprites/<outfit>/<tier>") and holds the objects built at start-up that the views reach as
+/// the singletons `Preferences` and `FleetAccess`.
+class ViewEngine : public QQmlEngine
+{
+    Q_OBJECT
 
-// The core singletons reach QML as singletons of the Yuzuha module; C++ keeps ownership of each.
+public:
+    ViewEngine(Preferences *preferences, FleetAccess *access, Sprites::Store *sprites, QObject *parent = nullptr);
 
-/// `Preferences` in QML: Preferences::shared().
+    Preferences *preferences() const { return m_preferences; }
+    FleetAccess *access() const { return m_access; }
+
+    /// The engine a QML singleton is made for, when it is a ViewEngine.
+    static ViewEngine *of(QQmlEngine *engine) { return qobject_cast<ViewEngine *>(engine); }
+
+private:
+    QPointer<Preferences> m_preferences;
+    QPointer<FleetAccess> m_access;
+};
+
+/// `Preferences` in QML: the instance the engine was built with.
 struct PreferencesForeign {
     Q_GADGET
     QML_FOREIGN(Preferences)
@@ -23,10 +40,10 @@ struct PreferencesForeign {
     QML_SINGLETON
 
 public:
-    static Preferences *create(QQmlEngine *, QJSEngine *);
+    static Preferences *create(QQmlEngine *engine, QJSEngine *);
 };
 
-/// `FleetAccess` in QML: FleetAccess::shared().
+/// `FleetAccess` in QML: the instance the engine was built with.
 struct FleetAccessForeign {
     Q_GADGET
     QML_FOREIGN(FleetAccess)
@@ -34,18 +51,7 @@ struct FleetAccessForeign {
     QML_SINGLETON
 
 public:
-    static FleetAccess *create(QQmlEngine *, QJSEngine *);
-};
-
-/// `SessionWatcher` in QML: SessionWatcher::shared().
-struct SessionWatcherForeign {
-    Q_GADGET
-    QML_FOREIGN(SessionWatcher)
-    QML_NAMED_ELEMENT(SessionWatcher)
-    QML_SINGLETON
-
-public:
-    static SessionWatcher *create(QQmlEngine *, QJSEngine *);
+    static FleetAccess *create(QQmlEngine *engine, QJSEngine *);
 };
 
 /// The fixed tables the panels list (outfits, sizes, bedtimes) and the program's version, in forms QML can read.
@@ -63,8 +69,8 @@ class Catalog : public QObject
     Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
-    static Catalog *shared();
-    static Catalog *create(QQmlEngine *, QJSEngine *);
+    /// QML makes one per engine; the tables are fixed.
+    explicit Catalog(QObject *parent = nullptr);
 
     static QVariantList outfits();
     static QVariantList sizes();
@@ -77,53 +83,4 @@ public:
     /// The outfit she wears today for a choice: seasonal follows the calendar.
     Q_INVOKABLE int resolvedOutfit(int outfit) const;
     Q_INVOKABLE QString sizeLabel(int size) const;
-
-private:
-    Catalog() = default;
 };
-
-/// The folder grants as the panels show and change them: the folders, which are granted, whether the
-/// agents' folders are read directly, and grant or revoke by folder id followed by a watcher refresh.
-class FolderGrants : public QObject
-{
-    Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
-    /// One map per known folder: id, label, relativePath, provider.
-    Q_PROPERTY(QVariantList folders READ folders CONSTANT)
-    Q_PROPERTY(QStringList grantedIds READ grantedIds NOTIFY grantedIdsChanged)
-    Q_PROPERTY(bool direct READ direct NOTIFY directChanged)
-
-public:
-    /// Over FleetAccess::shared(), direct as FleetAccess::direct() reports it.
-    static FolderGrants *shared();
-    static FolderGrants *create(QQmlEngine *, QJSEngine *);
-
-    explicit FolderGrants(FleetAccess *access, QObject *parent = nullptr);
-
-    static QVariantList folders();
-    QStringList grantedIds() const;
-    bool direct() const { return m_direct; }
-    /// The grant rows are only offered without direct access; tests turn it off to reach them.
-    void setDirect(bool direct);
-
-    /// Runs the folder chooser for the folder `id` and then refreshes the watcher.
-    Q_INVOKABLE void request(const QString &id);
-    /// Withdraws the grant of the folder `id` and then refreshes the watcher.
-    Q_INVOKABLE void revoke(const QString &id);
-
-Q_SIGNALS:
-    void grantedIdsChanged();
-    void directChanged();
-
-private:
-    QPointer<FleetAccess> m_access;
-    bool m_direct = false;
-};
-
-namespace Yuzuha
-{
-/// Readies an engine for the Yuzuha views: finds the compiled-in module ("import Yuzuha") and serves
-/// the sprite images ("image://sprites/<outfit>/<tier>"). Call it on every engine before it loads a view.
-void prepareEngine(QQmlEngine &engine);
-} // namespace Yuzuha

@@ -1,13 +1,12 @@
 #include "spriteimageprovider.h"
 
-#include "sprites.h"
-
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
-SpriteImageProvider::SpriteImageProvider()
+SpriteImageProvider::SpriteImageProvider(Sprites::Store *sprites)
     : QQuickImageProvider(QQuickImageProvider::Image)
+    , m_sprites(sprites)
 {
 }
 
@@ -33,13 +32,13 @@ QImage SpriteImageProvider::requestImage(const QString &id, QSize *size, const Q
     Preferences::Outfit outfit = Preferences::Outfit::office;
     int tier = 0;
     QImage image;
-    if (parse(id, &outfit, &tier))
-        image = Sprites::original(tier, outfit);
+    if (m_sprites && parse(id, &outfit, &tier))
+        image = m_sprites->original(tier, outfit);
     if (!image.isNull() && requestedSize.isValid() && !requestedSize.isEmpty()) {
         image = Sprites::sharpScaled(image, image.size().scaled(requestedSize, Qt::KeepAspectRatio));
     } else if (!image.isNull() && (requestedSize.width() > 0 || requestedSize.height() > 0)) {
         // Only one side given: scale to it and let the other follow the sprite's aspect.
-        const int height = requestedSize.height() > 0 ? requestedSize.height() : int(std::lround(requestedSize.width() / spriteAspect));
+        const int height = requestedSize.height() > 0 ? requestedSize.height() : int(std::lround(requestedSize.width() / Dimensions::spriteAspect()));
         image = Sprites::sharpScaled(image, QSize(Sprites::widthFor(height), height));
     }
     if (size)

@@ -8,52 +8,19 @@
 
 using namespace Qt::StringLiterals;
 
-int Sprites::widthFor(int pixelHeight)
-{
-    // std::lround rounds halves away from zero, as the panel does.
-    return static_cast<int>(std::lround(pixelHeight * spriteAspect));
-}
-
 QImage Sprites::sharpScaled(const QImage &full, QSize size)
 {
     if (full.isNull() || size.isEmpty())
         return {};
     QImage grid = full.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    if (const int factor = full.height() / spriteArtRows; factor > 1 && full.height() % spriteArtRows == 0 && full.width() % factor == 0)
-        grid = grid.scaled(full.width() / factor, spriteArtRows, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    if (const int factor = full.height() / Dimensions::spriteArtRows;
+        factor > 1 && full.height() % Dimensions::spriteArtRows == 0 && full.width() % factor == 0)
+        grid = grid.scaled(full.width() / factor, Dimensions::spriteArtRows, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     // Whole blocks per art pixel first; smoothing only shrinks those blocks by less than one multiple, so edges
     // stay hard and no colour of hers is averaged across more than a pixel's seam.
     const int multiple = std::max({ 1, (size.height() + grid.height() - 1) / grid.height(), (size.width() + grid.width() - 1) / grid.width() });
     const QImage blocks = grid.scaled(grid.width() * multiple, grid.height() * multiple, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     return blocks.size() == size ? blocks : blocks.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-}
-
-QImage Sprites::original(int tier, std::optional<Preferences::Outfit> outfit)
-{
-    return shared().original(tier, outfit);
-}
-
-QImage Sprites::image(int tier, int pixelHeight)
-{
-    return shared().image(tier, pixelHeight);
-}
-
-QIcon Sprites::menuBar()
-{
-    const QImage pixels = shared().menuBarImage();
-    if (pixels.isNull())
-        return {};
-    QPixmap pixmap = QPixmap::fromImage(pixels);
-    // The file is drawn at twice the icon's size, so it stays crisp on high-density screens.
-    pixmap.setDevicePixelRatio(pixels.width() / 18.0);
-    return QIcon(pixmap);
-}
-
-Sprites::Store &Sprites::shared()
-{
-    static Store store(
-        u":/"_s, [] { return Preferences::shared()->outfit(); }, [] { return QDate::currentDate(); });
-    return store;
 }
 
 Sprites::Store::Store(QString root, std::function<Preferences::Outfit()> outfit, std::function<QDate()> today)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dimensions.h"
 #include "preferences.h"
 
 #include <QDate>
@@ -12,12 +13,6 @@
 #include <functional>
 #include <optional>
 
-/// Her art is drawn on a grid 47 pixels wide and 125 high, stored blown up by a whole factor; the panel and the
-/// scaled bitmaps are sized from this ratio, and medium (250 px) shows every art pixel as a 2 × 2 block.
-inline constexpr int spriteArtColumns = 47;
-inline constexpr int spriteArtRows = 125;
-inline constexpr double spriteAspect = double(spriteArtColumns) / spriteArtRows;
-
 /// The character's pixel-art images: the file for an outfit and tier, scaled to the height the stage draws at.
 /// Static operations over two process-wide caches (main thread only); failures are never cached.
 class Sprites
@@ -25,21 +20,14 @@ class Sprites
 public:
     Sprites() = delete;
 
-    /// round(pixelHeight × spriteAspect), halves away from zero.
-    static int widthFor(int pixelHeight);
+    /// The sprite width for a height, from the sprites' aspect.
+    static int widthFor(int pixelHeight) { return Dimensions::spriteWidth(pixelHeight); }
     /// `full` at exactly `size`, kept sharp: back to its art grid, blown up to the next whole multiple without
     /// smoothing, then reduced smoothly to `size` (untouched at a whole multiple), premultiplied.
     static QImage sharpScaled(const QImage &full, QSize size);
 
-    /// The full-size image of a tier (0–6) for an outfit (the chosen one when none is given), or a null image.
-    static QImage original(int tier, std::optional<Preferences::Outfit> outfit = std::nullopt);
-    /// The sprite of the chosen outfit scaled to exactly widthFor(pixelHeight) × pixelHeight, or a null image.
-    static QImage image(int tier, int pixelHeight);
-    /// The tray icon, read anew each time; null when the file is missing or unreadable.
-    static QIcon menuBar();
-
-    /// One pair of caches over one resource root. The program uses a single store over the compiled-in
-    /// resources; tests build their own over a folder and a fixed day.
+    /// One pair of caches over one resource root. The program builds a single store over the compiled-in
+    /// resources at start-up; tests build their own over a folder and a fixed day.
     class Store
     {
     public:
@@ -47,7 +35,9 @@ public:
         /// outfit and `today` the day that resolves the seasonal one.
         Store(QString root, std::function<Preferences::Outfit()> outfit, std::function<QDate()> today);
 
+        /// The full-size image of a tier (0–6) for an outfit (the chosen one when none is given), or a null image.
         QImage original(int tier, std::optional<Preferences::Outfit> outfit = std::nullopt);
+        /// The sprite of the chosen outfit scaled to exactly widthFor(pixelHeight) × pixelHeight, or a null image.
         QImage image(int tier, int pixelHeight);
         /// The tray icon's pixels, 36 × 36 for an 18-point icon; null when missing.
         QImage menuBarImage() const;
@@ -65,7 +55,4 @@ public:
         QHash<QString, QImage> m_originals;
         QHash<QString, QImage> m_scaled;
     };
-
-    /// The program's store: compiled-in resources, the shared preferences and the calendar.
-    static Store &shared();
 };

@@ -2,11 +2,9 @@
 
 #include "fleetaccess.h"
 #include "formatting.h"
-#include "petcontroller.h"
-#include "petpanel.h"
+#include "petmodel.h"
 #include "sessionwatcher.h"
 #include "trayimage.h"
-#include "windowmanager.h"
 
 #include <QAction>
 #include <QCoreApplication>
@@ -19,8 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-QPointer<StatusItemController> s_shared;
-
 constexpr const char *commandProperty = "command";
 
 // Sizes trays commonly ask for; each gets its own drawing so face and percentage stay sharp.
@@ -40,12 +36,14 @@ QAction *addItem(QMenu *menu, const QString &text, StatusItemController::Command
 }
 } // namespace
 
-StatusItemController::StatusItemController(SessionWatcher *watcher, QObject *parent)
+StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, QObject *parent)
     : QObject(parent)
     , m_watcher(watcher)
+    , m_access(access)
+    , m_pet(pet)
     , m_menu(std::make_unique<QMenu>())
     , m_tray(std::make_unique<QSystemTrayIcon>())
-    , m_faces(TrayImage::faces(u":/"_s))
+    , m_faces(std::move(faces))
 {
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
     connect(m_menu.get(), &QMenu::triggered, this, &StatusItemController::perform);
@@ -56,7 +54,6 @@ StatusItemController::StatusItemController(SessionWatcher *watcher, QObject *par
         if (reason == QSystemTrayIcon::Trigger && !m_menu->isVisible())
             m_menu->popup(QCursor::pos());
     });
-    s_shared = this;
     refresh();
     if (QSystemTrayIcon::isSystemTrayAvailable())
         m_tray->show();
@@ -64,17 +61,10 @@ StatusItemController::StatusItemController(SessionWatcher *watcher, QObject *par
 
 StatusItemController::~StatusItemController() = default;
 
-StatusItemController *StatusItemController::shared()
-{
-    return s_shared.data();
-}
-
 void StatusItemController::refresh()
 {
     const std::optional<Session> focused = m_watcher ? m_watcher->focused() : std::nullopt;
-    // Trays on Linux and Windows show no text beside the icon, so the title's percentage rides on the
-    // icon's badge and in the tooltip. A macOS build would put titleText(focused) beside the icon in
-    // DotGothic16 at 13 points, as its status items can.
+    // Trays show no text beside the icon, so the percentage rides on the icon's badge and in the tooltip.
     m_tray->setToolTip(toolTipText(focused));
     updateIcon(focused ? std::optional<int>(focused->percent()) : std::nullopt);
 }
@@ -99,15 +89,14 @@ StatusItemController::State StatusItemController::currentState() const
         state.sessions = m_watcher->sessions();
         state.pinnedID = m_watcher->pinnedID();
     }
-    state.granted = !FleetAccess::shared()->grantedIds().isEmpty();
-    const PetPanel *panel = PetController::shared()->panel();
-    state.petVisible = panel && panel->isVisible();
+    if (m_access) {
+        for (const FleetFolder &folder : FleetAccess::folders()) {
+            if (m_access->unreadableIds().contains(folder.id))
+                state.unreadable.append(u"~/"_s + folder.relativePath);
+        }
+    }
+    state.petVisible = m_pet && m_pet->shown();
     return state;
-}
-
-QString StatusItemController::titleText(const std::optional<Session> &focused)
-{
-    return focused ? u" "_s + QString::number(focused->percent()) + u'%' : QString();
 }
 
 QString StatusItemController::toolTipText(const std::optional<Session> &focused)
@@ -136,9 +125,7 @@ void StatusItemController::populate(QMenu *menu, const State &state)
     addItem(menu, menuSafe(headerText(state.focused)), Command::none)->setEnabled(false);
     menu->addSeparator();
 
-    if (!state.granted) {
-        addItem(menu, u"Let Yuzuha See Your Sessions\u2026"_s, Command::openWelcome);
-    } else if (state.sessions.isEmpty()) {
+    if (state.sessions.isEmpty()) {
         addItem(menu, u"No sessions today"_s, Command::none)->setEnabled(false);
     } else {
         QAction *fullest = addItem(menu, u"Follow the Fullest"_s, Command::followFullest);
@@ -152,6 +139,9 @@ void StatusItemController::populate(QMenu *menu, const State &state)
             item->setChecked(state.pinnedID == session.id);
         }
     }
+    // A folder out of reach is named, so the user knows where to look.
+    for (const QString &folder : state.unreadable)
+        addItem(menu, menuSafe(u"Cannot read "_s + folder), Command::none)->setEnabled(false);
     menu->addSeparator();
 
     addItem(menu, state.petVisible ? u"Hide Yuzuha"_s : u"Show Yuzuha"_s, Command::toggleVisible);
@@ -211,16 +201,13 @@ void StatusItemController::perform(const QAction *action)
         return;
     }
     case Command::toggleVisible:
-        if (const PetPanel *panel = PetController::shared()->panel(); panel && panel->isVisible())
-            PetController::shared()->hideFromMenu();
+        if (m_pet && m_pet->shown())
+            Q_EMIT hidePetRequested();
         else
-            PetController::shared()->showPet();
+            Q_EMIT showPetRequested();
         return;
     case Command::openSettings:
-        WindowManager::shared()->showSettings();
-        return;
-    case Command::openWelcome:
-        WindowManager::shared()->showWelcome();
+        Q_EMIT settingsRequested();
         return;
     case Command::quit:
         QCoreApplication::quit();

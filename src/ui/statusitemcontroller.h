@@ -8,10 +8,13 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
 
+class FleetAccess;
+class PetModel;
 class QAction;
 class QMenu;
 class QSystemTrayIcon;
@@ -29,34 +32,30 @@ public:
         std::optional<Session> focused;
         QList<Session> sessions;
         std::optional<QString> pinnedID;
-        bool granted = true; ///< at least one agent folder may be read
+        QStringList unreadable; ///< agent folders she cannot read, as "~/.codex/sessions"
         bool petVisible = true; ///< her panel is on screen now
     };
 
     /// What a menu item does when chosen; kept on the item as its `command` property.
-    enum class Command { none, followFullest, follow, toggleVisible, openSettings, openWelcome, quit };
+    enum class Command { none, followFullest, follow, toggleVisible, openSettings, quit };
     Q_ENUM(Command)
 
     /// Session items shown at most; the rest are reached through the popover.
     static constexpr int menuSessionLimit = 8;
 
-    /// Over `watcher` (the shared one in the program). Puts the item in the tray and becomes `shared()`.
-    explicit StatusItemController(SessionWatcher *watcher, QObject *parent = nullptr);
+    /// Over `watcher`, the folder gate and her model (whether she is on screen), with her tray faces by
+    /// width (TrayImage::faces) to draw the tray picture from. Puts the item in the tray.
+    StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, QObject *parent = nullptr);
     ~StatusItemController() override;
-
-    /// The most recently made controller, or null.
-    static StatusItemController *shared();
 
     /// Redraws the badge (only when the percentage changed) and the tooltip from the focused session.
     void refresh();
 
     QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
     QMenu *menu() const { return m_menu.get(); }
-    /// The menu's state as the watcher, the gate and the pet have it now.
+    /// The menu's state as the watcher, the gate and her model have it now.
     State currentState() const;
 
-    /// " 42%" for a focused session, empty without one: the text a tray with titles shows after the icon.
-    static QString titleText(const std::optional<Session> &focused);
     static QString toolTipText(const std::optional<Session> &focused);
     /// The focused tier's two phrases ("Makasete!  Leave it to me!" without a session).
     static QString headerText(const std::optional<Session> &focused);
@@ -70,6 +69,11 @@ public:
     /// Carries out the command of a chosen menu item.
     void perform(const QAction *action);
 
+Q_SIGNALS:
+    void showPetRequested();
+    void hidePetRequested();
+    void settingsRequested();
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -78,6 +82,8 @@ private:
     void updateIcon(std::optional<int> percent);
 
     QPointer<SessionWatcher> m_watcher;
+    QPointer<FleetAccess> m_access;
+    QPointer<PetModel> m_pet;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     QMap<int, QImage> m_faces;

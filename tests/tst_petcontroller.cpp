@@ -147,15 +147,6 @@ private Q_SLOTS:
         QCOMPARE(after.center().x(), before.center().x());
     }
 
-    void dragEndStoresOrigin()
-    {
-        Fixture f;
-        f.controller->showOnLaunch();
-        f.controller->panel()->setPosition(100, 200);
-        f.controller->moved();
-        QCOMPARE(f.storedOrigin(), u"{100, %1}"_s.arg(primaryBottom() - 200 - 372));
-    }
-
     void updateDecides_data()
     {
         QTest::addColumn<bool>("reduceMotion");

@@ -181,38 +181,6 @@ private Q_SLOTS:
         }
     }
 
-    void loginSwitchShowsTheRegistration()
-    {
-        Preferences *prefs = m_app->preferences();
-        QQuickItem *login = item(u"openAtLoginSwitch"_s);
-        const QString entry = m_config.filePath(u"autostart/yuzuha.desktop"_s);
-        prefs->setOpenAtLogin(false);
-        QVERIFY(!QFile::exists(entry));
-        QCOMPARE(login->property("isOn").toBool(), false);
-
-        click(login);
-        QVERIFY(QFile::exists(entry) && prefs->openAtLogin());
-        QCOMPARE(login->property("isOn").toBool(), true);
-
-        click(login);
-        QVERIFY(!QFile::exists(entry));
-        QCOMPARE(login->property("isOn").toBool(), false);
-    }
-
-    void refusedLoginRegistrationLeavesTheSwitchOff()
-    {
-        // A plain file where the autostart folder belongs: the registration cannot be written.
-        const QString folder = m_config.filePath(u"autostart"_s);
-        QDir(folder).removeRecursively();
-        QVERIFY(!TestSupport::writeFile(folder, {}).isEmpty());
-
-        QQuickItem *login = item(u"openAtLoginSwitch"_s);
-        click(login);
-        QVERIFY(!m_app->preferences()->openAtLogin());
-        QCOMPARE(login->property("isOn").toBool(), false);
-        QVERIFY(QFile::remove(folder));
-    }
-
     void folderRowsSayWhatSheCannotRead()
     {
         const auto badges = [this] {

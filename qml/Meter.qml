@@ -27,7 +27,9 @@ Rectangle {
             objectName: "meterPercent"
             Layout.alignment: Qt.AlignRight
             text: meter.percent + "%"
-            font: Theme.displayFont(15)
+            // Native glyphs keep the pixel face on its dots; a pixel of tracking keeps "%" off the digit.
+            font: Theme.displayFont(Theme.displayGrid, 1)
+            renderType: Text.NativeRendering
             color: Theme.ink
         }
 

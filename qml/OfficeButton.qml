@@ -35,24 +35,23 @@ Item {
             }
         }
 
-        Rectangle {
-            id: face
-            anchors.fill: parent
-            radius: height / 2
-            color: button.prominent ? Theme.coral : Theme.sitePaper
-        }
-
+        // The lip is the capsule itself in the deeper coral; the face sits on it, a little shorter, so the lip
+        // shows as a crescent along the bottom and never leaves the capsule's rounded ends.
         Rectangle {
             id: lip
             objectName: "lip"
             visible: button.prominent
-            x: 3
-            width: parent.width - 6
-            anchors.bottom: parent.bottom
-            anchors.bottomMargin: 1
-            height: button.pressed ? 5 : 3
+            anchors.fill: parent
             radius: height / 2
             color: Theme.coralDeep
+        }
+
+        Rectangle {
+            id: face
+            width: parent.width
+            height: parent.height - (button.prominent ? (button.pressed ? 5 : 3) : 0)
+            radius: height / 2
+            color: button.prominent ? Theme.coral : Theme.sitePaper
 
             Behavior on height {
                 NumberAnimation {

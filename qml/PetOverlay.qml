@@ -13,6 +13,8 @@ Item {
 
     readonly property real bubbleBand: Dimensions.bubbleBand
     readonly property real tagBand: Dimensions.tagBand
+    // Clear space above her head at the top of her sprite; the bubble comes down through it to her.
+    property real headroom: 0
     readonly property bool bubbleUp: overlay.model.announcing || overlay.model.hovering
 
     Item {
@@ -27,8 +29,9 @@ Item {
             model: overlay.model
             maxWidth: overlay.width - 12
             anchors.horizontalCenter: parent.horizontalCenter
-            // Sits on her head, tail down; a bubble taller than the band is centred on it instead.
-            y: height + 4 <= bubbleZone.height ? bubbleZone.height - 4 - height : (bubbleZone.height - height - 4) / 2
+            // Sits on her head, the tail's tip a pixel above her hair or hat; a bubble taller than the band
+            // is centred on it instead.
+            y: overlay.headroom + (height + 1 <= bubbleZone.height ? bubbleZone.height - 1 - height : (bubbleZone.height - height - 1) / 2)
             transformOrigin: Item.Bottom
             opacity: overlay.bubbleUp ? 1 : 0
             scale: overlay.bubbleUp ? 1 : 0.92

@@ -55,12 +55,11 @@ Item {
             id: romaji
             width: column.width
             text: bubble.model.romaji
-            font: Theme.displayFont(16)
+            font: Theme.displayFont(Theme.displayGrid)
+            // The pixel face stays on its dots: drawn natively at its own size, never shrunk to fit.
+            renderType: Text.NativeRendering
             color: Theme.ink
             maximumLineCount: 1
-            // Shrinks to 80 % before it would be cut.
-            fontSizeMode: Text.HorizontalFit
-            minimumPointSize: Theme.displayFont(16).pointSize * 0.8
             elide: Text.ElideRight
         }
         Text {
@@ -84,7 +83,7 @@ Item {
             width: column.width
             topPadding: 1
             text: bubble.model.detail
-            font: Theme.displayFont(11)
+            font: Theme.bodyFont(11)
             color: Theme.inkSoft
             maximumLineCount: 1
             elide: Text.ElideMiddle

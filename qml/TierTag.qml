@@ -11,7 +11,7 @@ Rectangle {
 
     implicitWidth: row.implicitWidth + 18
     width: implicitWidth
-    height: 22
+    height: 24
     radius: 7
     color: tag.model.alarm ? Theme.coral : Theme.lcd
     border.color: Theme.ink
@@ -42,7 +42,9 @@ Rectangle {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: tag.model.tagLabel
-            font: Theme.displayFont(13)
+            // Native glyphs keep the pixel face on its dots; a pixel of tracking keeps "%" off the digit.
+            font: Theme.displayFont(Theme.displayGrid, 1)
+            renderType: Text.NativeRendering
             color: Theme.ink
         }
     }

@@ -18,7 +18,7 @@ expected=(
     share/man/man1/yuzuha.1.gz
     share/man/man1/yuzuha-books.1.gz
 )
-for size in 16 32 48 64 128 256; do
+for size in 16 24 32 48 64 128 256; do
     expected+=("share/icons/hicolor/${size}x${size}/apps/yuzuha.png")
 done
 
@@ -36,7 +36,7 @@ for program in bin/yuzuha bin/yuzuha-books; do
 done
 "$prefix/bin/yuzuha-books" --home "$prefix" --json | grep -q '"sessions":\[\]' || { echo "installed yuzuha-books does not run"; failed=1; }
 
-for size in 16 32 48 64 128 256; do
+for size in 16 24 32 48 64 128 256; do
     dims=$(identify -format '%wx%h' "$prefix/share/icons/hicolor/${size}x${size}/apps/yuzuha.png")
     [ "$dims" = "${size}x${size}" ] || { echo "icon ${size}: is $dims"; failed=1; }
 done

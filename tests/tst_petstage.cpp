@@ -1,4 +1,5 @@
 #include "petstageview.h"
+#include "sprites.h"
 
 #include <QQuickWindow>
 #include <QSignalSpy>
@@ -8,7 +9,7 @@ namespace
 {
 QImage opaque(int, int pixelHeight)
 {
-    QImage image(int(std::lround(pixelHeight * 427.0 / 1151.0)), pixelHeight, QImage::Format_ARGB32_Premultiplied);
+    QImage image(Sprites::widthFor(pixelHeight), pixelHeight, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::black);
     return image;
 }
@@ -26,7 +27,7 @@ class TestPetStage : public QObject
             window.setGeometry(200, 100, 270, 372);
             stage->setSize(QSizeF(270, 372));
             stage->setImageSource(opaque);
-            stage->layoutSprite(QSizeF(93, 250), 0);
+            stage->layoutSprite(QSizeF(94, 250), 0);
             window.show();
         }
         // Sends the pointer to a screen position, whatever the window has moved to meanwhile.
@@ -84,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(scene.stage->mask());
         const QRectF before = scene.stage->spriteRect();
         // Centred and snapped to whole pixels: 135 − 46.5 rounds to 89.
-        QCOMPARE(before, QRectF(89, 92, 93, 250));
+        QCOMPARE(before, QRectF(88, 92, 94, 250));
         scene.stage->setImageSource([](int, int) { return QImage(); });
         scene.stage->setTier(4);
         QSignalSpy changed(scene.stage, &PetStageView::contentsChanged);
@@ -99,7 +100,7 @@ private Q_SLOTS:
         PetStageView stage(window.contentItem());
         stage.setSize(QSizeF(270, 372));
         stage.setImageSource([](int, int) { return QImage(); });
-        stage.layoutSprite(QSizeF(93, 250), 0);
+        stage.layoutSprite(QSizeF(94, 250), 0);
         QVERIFY(!stage.isOnHer(QPointF(135, 200)));
     }
 

@@ -16,7 +16,7 @@ namespace
 void writeSprite(const QString &path, QRgb marker)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
-    QImage image(427, 1151, QImage::Format_ARGB32);
+    QImage image(188, 500, QImage::Format_ARGB32);
     image.fill(Qt::transparent);
     image.setPixel(0, 0, marker);
     QImageWriter writer(path, "webp");
@@ -111,9 +111,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("height");
         QTest::addColumn<int>("width");
-        QTest::addRow("502 is 186.23 wide") << 502 << 186;
-        QTest::addRow("360 is 133.55 wide, rounded up") << 360 << 134;
-        QTest::addRow("680 is 252.27 wide") << 680 << 252;
+        QTest::addRow("502 is 188.75 wide, rounded up") << 502 << 189;
+        QTest::addRow("360 is 135.36 wide") << 360 << 135;
+        QTest::addRow("250 is 94 wide, two screen pixels per art pixel") << 250 << 94;
         QTest::addRow("one pixel high rounds to no width and yields nothing") << 1 << 0;
     }
     void scaledSize()
@@ -124,6 +124,34 @@ private Q_SLOTS:
         const QImage image = store().image(2, height);
         QCOMPARE(image.size(), width ? QSize(width, height) : QSize(0, 0));
         QVERIFY(width == 0 || (image.format() == QImage::Format_ARGB32_Premultiplied && image.colorSpace().isValid()));
+    }
+
+    // At a whole multiple of her art grid every art pixel is a solid block of screen pixels, whatever whole
+    // factor the file was stored at; a checkerboard shows any averaging at once.
+    void wholeMultiplesAreBlocks_data()
+    {
+        QTest::addColumn<int>("stored");
+        QTest::addColumn<int>("height");
+        QTest::addRow("medium on a 1x screen") << 4 << 250;
+        QTest::addRow("medium on a 2x screen") << 4 << 500;
+        QTest::addRow("three times from a file stored at twice") << 2 << 375;
+    }
+    void wholeMultiplesAreBlocks()
+    {
+        QFETCH(int, stored);
+        QFETCH(int, height);
+        QImage grid(Dimensions::spriteArtColumns, Dimensions::spriteArtRows, QImage::Format_ARGB32);
+        for (int y = 0; y < grid.height(); ++y)
+            for (int x = 0; x < grid.width(); ++x)
+                grid.setPixel(x, y, (x + y) % 2 ? qRgb(200, 40, 40) : qRgb(40, 40, 200));
+        const QImage full = grid.scaled(grid.size() * stored, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+        const QImage shown = Sprites::sharpScaled(full, QSize(Sprites::widthFor(height), height)).convertToFormat(QImage::Format_ARGB32);
+        QCOMPARE(shown.size(), grid.size() * (height / Dimensions::spriteArtRows));
+        const int block = height / Dimensions::spriteArtRows;
+        for (int y = 0; y < shown.height(); ++y)
+            for (int x = 0; x < shown.width(); ++x)
+                if (shown.pixel(x, y) != grid.pixel(x / block, y / block))
+                    QFAIL(qPrintable(u"pixel %1,%2 is not its art pixel's colour"_s.arg(x).arg(y)));
     }
 
     void failuresAreNotCached_data()
@@ -188,7 +216,7 @@ private Q_SLOTS:
                 ++count;
                 const QImage image = QImage(path).convertToFormat(QImage::Format_ARGB32);
                 QVERIFY2(!image.isNull(), qPrintable(path));
-                QCOMPARE(image.size(), QSize(427, 1151));
+                QCOMPARE(image.size(), QSize(Dimensions::spriteArtColumns * 4, Dimensions::spriteArtRows * 4));
                 QVERIFY(image.hasAlphaChannel());
                 bool feet = false;
                 for (int y = 0; y < image.height(); ++y) {

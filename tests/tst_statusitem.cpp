@@ -166,56 +166,6 @@ private Q_SLOTS:
         QVERIFY(!menu->isVisible());
     }
 
-    void badge_data()
-    {
-        QTest::addColumn<std::optional<int>>("percent");
-        QTest::addColumn<int>("size");
-        QTest::addColumn<QColor>("badgeColour");
-
-        for (int size : { 16, 22, 36, 64 }) {
-            QTest::addRow("no session at %d", size) << std::optional<int> {} << size << QColor();
-            QTest::addRow("79%% at %d", size) << std::optional<int> { 79 } << size << Theme::ink();
-            QTest::addRow("80%% turns coral at %d", size) << std::optional<int> { 80 } << size << Theme::coralDeep();
-        }
-    }
-
-    void badge()
-    {
-        QFETCH(std::optional<int>, percent);
-        QFETCH(int, size);
-        QFETCH(QColor, badgeColour);
-
-        QImage sprite(36, 36, QImage::Format_ARGB32_Premultiplied);
-        sprite.fill(QColor(10, 200, 30));
-        const QImage icon = StatusItemController::badgedIcon(sprite, percent, size);
-        QCOMPARE(icon.size(), QSize(size, size));
-        // The top of the icon is always her own pixels.
-        QCOMPARE(icon.pixelColor(size / 2, 0), QColor(10, 200, 30));
-
-        int badgePixels = 0, textPixels = 0;
-        bool textAtEdge = false;
-        for (int y = 0; y < size; ++y) {
-            for (int x = 0; x < size; ++x) {
-                const QColor c = icon.pixelColor(x, y);
-                badgePixels += c == badgeColour;
-                // Small type is all antialiasing: count anything much lighter than the badge and the sprite.
-                if (c.lightness() > 170) {
-                    ++textPixels;
-                    textAtEdge = textAtEdge || x == 0 || x == size - 1;
-                }
-            }
-        }
-        if (!percent) {
-            QCOMPARE(textPixels, 0);
-            return;
-        }
-        QVERIFY2(badgePixels > size, "the badge is drawn in its colour");
-        QVERIFY2(textPixels > 0, "the percentage is written on it");
-        QVERIFY2(!textAtEdge, "the text fits inside the icon");
-        // The badge sits along the bottom edge.
-        QCOMPARE(icon.pixelColor(size / 2, size - 1), badgeColour);
-    }
-
     void refreshFollowsTheWatcher()
     {
         QTemporaryDir dir;
@@ -240,14 +190,6 @@ private Q_SLOTS:
         // Another refresh at the same percentage leaves the icon alone.
         controller.refresh();
         QCOMPARE(controller.trayIcon()->icon().cacheKey(), shown);
-
-        QTest::qWait(1'100); // a new modification time, whatever the file system's resolution
-        QVERIFY(!write(170'000).isEmpty());
-        watcher.refresh();
-        QVERIFY(published.wait(5'000));
-        controller.refresh();
-        QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 85% of the context window"_s);
-        QVERIFY(controller.trayIcon()->icon().cacheKey() != shown);
     }
 };
 

@@ -10,6 +10,7 @@
 #include "sessionspopover.h"
 #include "sessionwatcher.h"
 #include "statusitemcontroller.h"
+#include "trayimage.h"
 #include "windowmanager.h"
 
 #include <QDate>
@@ -48,7 +49,7 @@ Application::Application(Environment environment, QObject *parent)
     inputs.reduceMotion = environment.reduceMotion;
     m_pet = std::make_unique<PetController>(std::move(inputs), m_engine.get());
     PetController *pet = m_pet.get();
-    m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), m_sprites->menuBarImage());
+    m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), TrayImage::faces(u":/"_s));
     StatusItemController *tray = m_tray.get();
     WindowManager *windows = m_windows.get();
     SessionsPopover *popover = m_popover.get();

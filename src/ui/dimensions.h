@@ -20,8 +20,11 @@ class Dimensions : public QObject
     Q_PROPERTY(int popoverWidth READ popoverWidth CONSTANT)
 
 public:
-    /// Every sprite is 427 wide for 1151 high.
-    static constexpr qreal spriteAspect() { return 427.0 / 1151.0; }
+    /// Her art is drawn on a grid 47 pixels wide and 125 high and stored blown up by a whole factor, so at
+    /// medium (250 px) every art pixel is a 2 × 2 block; the sprites' aspect follows from it.
+    static constexpr int spriteArtColumns = 47;
+    static constexpr int spriteArtRows = 125;
+    static constexpr qreal spriteAspect() { return qreal(spriteArtColumns) / spriteArtRows; }
     /// The speech bubble's band above her head.
     static constexpr qreal bubbleBand() { return 92; }
     /// The percent tag's band below her feet; her feet stand on its top edge.

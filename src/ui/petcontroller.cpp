@@ -108,6 +108,10 @@ PetController::PetController(Inputs inputs, QQmlEngine *engine, QObject *parent)
     connect(stage, &PetStageView::pointerMoved, this, &PetController::pointerMoved);
     connect(stage, &PetStageView::pointerLeft, this, &PetController::pointerLeft);
     connect(stage, &PetStageView::contentsChanged, this, &PetController::updateInputRegion);
+    connect(stage, &PetStageView::contentsChanged, this, [this] {
+        if (QQuickItem *overlay = m_panel->overlay())
+            overlay->setProperty("headroom", this->stage()->headroom());
+    });
     connect(m_model, &PetModel::announcingChanged, this, &PetController::updateInputRegion);
     connect(m_model, &PetModel::hoveringChanged, this, &PetController::updateInputRegion);
 

@@ -280,6 +280,17 @@ QRectF PetStageView::spriteRect() const
     return QRectF(left, bottom - size.height(), size.width(), size.height());
 }
 
+qreal PetStageView::headroom() const
+{
+    if (!m_mask || m_mask->width <= 0 || m_imageScale <= 0)
+        return 0;
+    for (int row = 0; row < m_mask->height; ++row)
+        for (int column = m_mask->width / 3; column < m_mask->width * 2 / 3; ++column)
+            if (m_mask->at(column, row) > 40)
+                return row / m_imageScale;
+    return 0;
+}
+
 bool PetStageView::isOnHer(QPointF point) const
 {
     return PassThrough::isOnHer(m_mask, spriteRect(), point);
@@ -308,7 +319,9 @@ QSGNode *PetStageView::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
         QSGImageNode *node = w->createImageNode();
         node->setOwnsTexture(true);
         node->setTexture(w->createTextureFromImage(m_image));
-        node->setFiltering(QSGTexture::Linear);
+        // The bitmap is drawn one to one; while she breathes it stretches by a row or two, which nearest
+        // sampling does by repeating rows instead of blurring her.
+        node->setFiltering(QSGTexture::Nearest);
         node->setRect(rect);
         node->setSourceRect(QRectF(QPointF(0, 0), node->texture()->textureSize()));
         if (root->current) {

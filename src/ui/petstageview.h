@@ -85,6 +85,9 @@ public:
     bool isOnHer(QPointF point) const;
     /// Where the sprite's bitmap is drawn at rest, snapped to device pixels.
     QRectF spriteRect() const;
+    /// Clear space at the top of the shown bitmap above her head (the middle third of its columns), in this
+    /// item's units: outfits and tiers differ, and the bubble's tail reaches down through it to her.
+    qreal headroom() const;
     const std::optional<PassThrough::AlphaMask> &mask() const { return m_mask; }
     qreal scale() const;
 

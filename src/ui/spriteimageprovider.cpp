@@ -1,5 +1,7 @@
 #include "spriteimageprovider.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 SpriteImageProvider::SpriteImageProvider(Sprites::Store *sprites)
@@ -32,12 +34,12 @@ QImage SpriteImageProvider::requestImage(const QString &id, QSize *size, const Q
     QImage image;
     if (m_sprites && parse(id, &outfit, &tier))
         image = m_sprites->original(tier, outfit);
-    if (!image.isNull() && requestedSize.isValid() && !requestedSize.isEmpty())
-        image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    else if (!image.isNull() && (requestedSize.width() > 0 || requestedSize.height() > 0)) {
+    if (!image.isNull() && requestedSize.isValid() && !requestedSize.isEmpty()) {
+        image = Sprites::sharpScaled(image, image.size().scaled(requestedSize, Qt::KeepAspectRatio));
+    } else if (!image.isNull() && (requestedSize.width() > 0 || requestedSize.height() > 0)) {
         // Only one side given: scale to it and let the other follow the sprite's aspect.
-        image = requestedSize.height() > 0 ? image.scaledToHeight(requestedSize.height(), Qt::SmoothTransformation)
-                                           : image.scaledToWidth(requestedSize.width(), Qt::SmoothTransformation);
+        const int height = requestedSize.height() > 0 ? requestedSize.height() : int(std::lround(requestedSize.width() / Dimensions::spriteAspect()));
+        image = Sprites::sharpScaled(image, QSize(Sprites::widthFor(height), height));
     }
     if (size)
         *size = image.size();

@@ -7,7 +7,7 @@
 
 /// Serves the character's sprites to QML as "image://sprites/<outfit raw value>/<tier>", for instance
 /// "image://sprites/seasonal/0" (seasonal resolves by today's date). A requested size scales the
-/// sprite smoothly inside that size, keeping its aspect; without one the full-size image is given.
+/// sprite sharply (Sprites::sharpScaled) inside that size, keeping its aspect; without one the full-size image is given.
 /// Images load on the main thread (the sprite caches are main-thread only), so views must not set
 /// `asynchronous: true` on these images.
 class SpriteImageProvider : public QQuickImageProvider

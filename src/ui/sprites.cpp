@@ -8,6 +8,21 @@
 
 using namespace Qt::StringLiterals;
 
+QImage Sprites::sharpScaled(const QImage &full, QSize size)
+{
+    if (full.isNull() || size.isEmpty())
+        return {};
+    QImage grid = full.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    if (const int factor = full.height() / Dimensions::spriteArtRows;
+        factor > 1 && full.height() % Dimensions::spriteArtRows == 0 && full.width() % factor == 0)
+        grid = grid.scaled(full.width() / factor, Dimensions::spriteArtRows, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    // Whole blocks per art pixel first; smoothing only shrinks those blocks by less than one multiple, so edges
+    // stay hard and no colour of hers is averaged across more than a pixel's seam.
+    const int multiple = std::max({ 1, (size.height() + grid.height() - 1) / grid.height(), (size.width() + grid.width() - 1) / grid.width() });
+    const QImage blocks = grid.scaled(grid.width() * multiple, grid.height() * multiple, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    return blocks.size() == size ? blocks : blocks.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
 Sprites::Store::Store(QString root, std::function<Preferences::Outfit()> outfit, std::function<QDate()> today)
     : m_root(std::move(root))
     , m_outfit(std::move(outfit))
@@ -53,10 +68,8 @@ QImage Sprites::Store::image(int tier, int pixelHeight)
     const QImage full = original(tier);
     if (full.isNull())
         return {};
-    // Stretched to exactly this size (the ratio is already the sprite's, so no margins); Qt's smooth scaling
-    // averages whole areas when shrinking, which keeps one-pixel outlines from dropping out.
-    QImage bitmap
-        = full.convertToFormat(QImage::Format_ARGB32_Premultiplied).scaled(widthFor(pixelHeight), pixelHeight, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    // Stretched to exactly this size (the ratio is already the sprite's, so no margins).
+    QImage bitmap = sharpScaled(full, QSize(widthFor(pixelHeight), pixelHeight));
     if (bitmap.isNull())
         return {};
     bitmap.setColorSpace(QColorSpace::SRgb);

@@ -22,6 +22,9 @@ public:
 
     /// The sprite width for a height, from the sprites' aspect.
     static int widthFor(int pixelHeight) { return Dimensions::spriteWidth(pixelHeight); }
+    /// `full` at exactly `size`, kept sharp: back to its art grid, blown up to the next whole multiple without
+    /// smoothing, then reduced smoothly to `size` (untouched at a whole multiple), premultiplied.
+    static QImage sharpScaled(const QImage &full, QSize size);
 
     /// One pair of caches over one resource root. The program builds a single store over the compiled-in
     /// resources at start-up; tests build their own over a folder and a fixed day.

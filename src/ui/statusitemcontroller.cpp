@@ -4,16 +4,13 @@
 #include "formatting.h"
 #include "petmodel.h"
 #include "sessionwatcher.h"
-#include "theme.h"
+#include "trayimage.h"
 
 #include <QAction>
 #include <QCoreApplication>
 #include <QCursor>
-#include <QFontMetrics>
 #include <QKeyEvent>
 #include <QMenu>
-#include <QPainter>
-#include <QPainterPath>
 #include <QSystemTrayIcon>
 
 using namespace Qt::StringLiterals;
@@ -22,10 +19,8 @@ namespace
 {
 constexpr const char *commandProperty = "command";
 
-// Sizes trays commonly ask for; each gets its own drawing so the badge stays sharp.
+// Sizes trays commonly ask for; each gets its own drawing so face and percentage stay sharp.
 constexpr std::array<int, 7> iconSizes { 16, 22, 24, 32, 36, 48, 64 };
-// Smaller type than this is no longer a number one can read.
-constexpr int minimumBadgeType = 7;
 
 // Menu texts treat "&" as a mnemonic marker and a tab as the start of the shortcut column.
 QString menuSafe(QString text)
@@ -41,14 +36,14 @@ QAction *addItem(QMenu *menu, const QString &text, StatusItemController::Command
 }
 } // namespace
 
-StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, QObject *parent)
+StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, QObject *parent)
     : QObject(parent)
     , m_watcher(watcher)
     , m_access(access)
     , m_pet(pet)
     , m_menu(std::make_unique<QMenu>())
     , m_tray(std::make_unique<QSystemTrayIcon>())
-    , m_baseIcon(std::move(icon))
+    , m_faces(std::move(faces))
 {
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
     connect(m_menu.get(), &QMenu::triggered, this, &StatusItemController::perform);
@@ -80,7 +75,7 @@ void StatusItemController::updateIcon(std::optional<int> percent)
         return;
     QIcon icon;
     for (int size : iconSizes)
-        icon.addPixmap(QPixmap::fromImage(badgedIcon(m_baseIcon, percent, size)));
+        icon.addPixmap(QPixmap::fromImage(TrayImage::draw(m_faces, percent, size)));
     m_tray->setIcon(icon);
     m_iconDrawn = true;
     m_iconPercent = percent;
@@ -218,60 +213,4 @@ void StatusItemController::perform(const QAction *action)
         QCoreApplication::quit();
         return;
     }
-}
-
-QImage StatusItemController::badgedIcon(const QImage &icon, std::optional<int> percent, int size)
-{
-    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    if (!icon.isNull()) {
-        // Pixel art stays crisp at whole multiples; other sizes are smoothed rather than left ragged.
-        painter.setRenderHint(QPainter::SmoothPixmapTransform, size % icon.width() != 0 && icon.width() % size != 0);
-        painter.drawImage(QRect(0, 0, size, size), icon);
-    }
-    if (!percent)
-        return image;
-
-    const int padX = std::max(2, size / 16);
-    const int padY = std::max(2, size / 14);
-    QFont font;
-    font.setBold(true);
-    // The largest type at which the text still fits across the icon.
-    const auto fit = [&font, size, padX](const QString &text) -> std::optional<int> {
-        for (int pixelSize = std::max(minimumBadgeType, size * 4 / 9); pixelSize >= minimumBadgeType; --pixelSize) {
-            font.setPixelSize(pixelSize);
-            if (QFontMetrics(font).horizontalAdvance(text) <= size - 2 * padX)
-                return pixelSize;
-        }
-        return std::nullopt;
-    };
-    // Tray-sized icons (below 32 pixels) drop the "%" rather than shrink the number out of reach;
-    // the tooltip still says it in full.
-    QString text = QString::number(*percent);
-    if (size >= 32)
-        text += u'%';
-    std::optional<int> pixelSize = fit(text);
-    if (!pixelSize) {
-        text = QString::number(*percent);
-        pixelSize = fit(text);
-    }
-    font.setPixelSize(pixelSize.value_or(minimumBadgeType));
-    const QFontMetrics metrics(font);
-    const int textWidth = metrics.horizontalAdvance(text);
-    const int textHeight = metrics.capHeight();
-    const qreal width = std::min<qreal>(size, textWidth + 2 * padX);
-    const qreal height = textHeight + 2 * padY;
-    const QRectF badge((size - width) / 2.0, size - height, width, height);
-
-    painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath shape;
-    shape.addRoundedRect(badge, badge.height() / 3, badge.height() / 3);
-    // From tier 5 on the badge turns deep coral, as the popover's meter does.
-    painter.fillPath(shape, Tiers::tier(*percent, 100) >= 5 ? Theme::coralDeep() : Theme::ink());
-    painter.setPen(Theme::paper());
-    painter.setFont(font);
-    const qreal baseline = badge.center().y() + textHeight / 2.0;
-    painter.drawText(QPointF(badge.center().x() - textWidth / 2.0, baseline), text);
-    return image;
 }

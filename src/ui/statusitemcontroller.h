@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QList>
+#include <QMap>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -42,9 +43,9 @@ public:
     /// Session items shown at most; the rest are reached through the popover.
     static constexpr int menuSessionLimit = 8;
 
-    /// Over `watcher`, the folder gate and her model (whether she is on screen), with `icon` as the
-    /// tray image under the badge. Puts the item in the tray.
-    StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, QObject *parent = nullptr);
+    /// Over `watcher`, the folder gate and her model (whether she is on screen), with her tray faces by
+    /// width (TrayImage::faces) to draw the tray picture from. Puts the item in the tray.
+    StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, QObject *parent = nullptr);
     ~StatusItemController() override;
 
     /// Redraws the badge (only when the percentage changed) and the tooltip from the focused session.
@@ -64,9 +65,6 @@ public:
     /// follow a session, the session's id as its data.
     static void populate(QMenu *menu, const State &state);
     static Command commandOf(const QAction *action);
-    /// `icon` with the percentage on a badge along its bottom edge, at `size` × `size` pixels; the plain
-    /// icon without a percentage.
-    static QImage badgedIcon(const QImage &icon, std::optional<int> percent, int size);
 
     /// Carries out the command of a chosen menu item.
     void perform(const QAction *action);
@@ -88,7 +86,7 @@ private:
     QPointer<PetModel> m_pet;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
-    QImage m_baseIcon;
+    QMap<int, QImage> m_faces;
     bool m_iconDrawn = false;
     std::optional<int> m_iconPercent;
 };

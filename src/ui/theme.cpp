@@ -17,9 +17,12 @@ QFont Theme::bodyFace()
     return Fonts::font(Fonts::body(), 13);
 }
 
-QFont Theme::displayFont(qreal size)
+QFont Theme::displayFont(qreal size, qreal tracking)
 {
-    return Fonts::font(Fonts::display(), size);
+    QFont font = Fonts::font(Fonts::display(), size);
+    if (tracking != 0)
+        font.setLetterSpacing(QFont::AbsoluteSpacing, tracking);
+    return font;
 }
 
 QFont Theme::heavyFont(qreal size)

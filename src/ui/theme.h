@@ -27,6 +27,7 @@ class Theme : public QObject
     Q_PROPERTY(QColor hairline READ hairline CONSTANT)
     Q_PROPERTY(QColor nsSitePaper READ nsSitePaper CONSTANT)
     Q_PROPERTY(QColor nsMachine READ nsMachine CONSTANT)
+    Q_PROPERTY(int displayGrid READ displayGrid CONSTANT)
     // The three faces at a default 13 px; views take a sized one from displayFont(), heavyFont() or bodyFont().
     Q_PROPERTY(QFont displayFace READ displayFace CONSTANT)
     Q_PROPERTY(QFont heavyFace READ heavyFace CONSTANT)
@@ -51,12 +52,17 @@ public:
     static QColor nsSitePaper() { return sitePaper(); }
     static QColor nsMachine() { return machine(); }
 
+    /// DotGothic16 is drawn on a 16-dot grid: only at 16 px (and 32) does every dot land on a whole pixel, so
+    /// the pixel face is used at this size; smaller text takes the body face.
+    static int displayGrid() { return 16; }
+
     /// "DotGothic16-Regular", "RoundedMplus1c-ExtraBold" and "RoundedMplus1c-Medium" as Qt addresses them.
     static QFont displayFace();
     static QFont heavyFace();
     static QFont bodyFace();
     /// A face at a size in device-independent pixels, e.g. `font: Theme.displayFont(17)` in a view.
-    Q_INVOKABLE static QFont displayFont(qreal size);
+    /// `tracking` adds pixels between letters (a "%" after a digit needs one to stand free).
+    Q_INVOKABLE static QFont displayFont(qreal size, qreal tracking = 0);
     Q_INVOKABLE static QFont heavyFont(qreal size);
     Q_INVOKABLE static QFont bodyFont(qreal size);
 

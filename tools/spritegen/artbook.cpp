@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <vector>
@@ -224,14 +225,30 @@ struct Parser {
             book.headShift[t] = QPoint(dx, dy);
             return true;
         }
-        if (word == u"headtilt") {
+        if (word == u"headtilt" || word == u"slouch") {
             bool a = false, b = false, c = false;
             const int t = tokens.size() == 4 ? tokens[1].toInt(&a) : -1;
             const double slope = tokens.size() == 4 ? tokens[2].toDouble(&b) : 0;
             const int pivot = tokens.size() == 4 ? tokens[3].toInt(&c) : 0;
             if (!a || !b || !c || t < 0 || t >= tierCount || std::abs(slope) > 0.5)
-                return fail(u"headtilt TIER SLOPE PIVOTROW"_s);
-            book.headTilt[size_t(t)] = { slope, pivot };
+                return fail(word + u" TIER SLOPE PIVOTROW"_s);
+            (word == u"slouch" ? book.slouch : book.headTilt)[size_t(t)] = { slope, pivot };
+            return true;
+        }
+        if (word == u"rim") {
+            const QColor c = tokens.size() == 3 ? QColor(u'#' + tokens[2]) : QColor();
+            if (!c.isValid())
+                return fail(u"rim MATERIAL COLOUR"_s);
+            book.rims.append({ tokens[1], c });
+            return true;
+        }
+        if (word == u"canvas") {
+            bool a = false, b = false;
+            const int w = tokens.size() == 3 ? tokens[1].toInt(&a) : 0;
+            const int h = tokens.size() == 3 ? tokens[2].toInt(&b) : 0;
+            if (!a || !b || w < 1 || h < 1 || w > 1024 || h > 1024)
+                return fail(u"canvas WIDTH HEIGHT"_s);
+            book.size = QSize(w, h);
             return true;
         }
         if (word == u"figure") {
@@ -352,22 +369,22 @@ struct Parser {
     }
 };
 
-using Mask = std::vector<char>;
+struct Mask {
+    int width = 0, height = 0;
+    std::vector<char> bits = std::vector<char>(size_t(width * height), 0);
 
-bool inGrid(int x, int y)
-{
-    return x >= 0 && y >= 0 && x < gridWidth && y < gridHeight;
-}
+    bool inside(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
+};
 
 void set(Mask &m, int x, int y)
 {
-    if (inGrid(x, y))
-        m[size_t(y * gridWidth + x)] = 1;
+    if (m.inside(x, y))
+        m.bits[size_t(y * m.width + x)] = 1;
 }
 
 bool has(const Mask &m, int x, int y)
 {
-    return inGrid(x, y) && m[size_t(y * gridWidth + x)];
+    return m.inside(x, y) && m.bits[size_t(y * m.width + x)];
 }
 
 double segmentDistance(double px, double py, double ax, double ay, double bx, double by)
@@ -380,18 +397,22 @@ double segmentDistance(double px, double py, double ax, double ay, double bx, do
     return std::sqrt(qx * qx + qy * qy);
 }
 
-constexpr int centre = (gridWidth - 1) / 2;
-
 // Her figure bends columns toward or away from the centre, row by row, and a tilted head leans its rows over
 // by whole pixels above the neck. Areas are sampled through the inverse (`unbend`), so outlines stay one pixel
 // wide; lines and dots are moved pixel by pixel (`bendPixel`).
 struct Bend {
     const Book *book = nullptr; // null: straight
+    int centre = 0;
     double tilt = 0; // columns per row above `pivot`, to the right when positive
     int pivot = 0;
+    QPair<double, int> slouch {}; // the same for her whole upper body above the hips
 
-    int lean(int y) const { return y < pivot ? int(std::round((pivot - y) * tilt)) : 0; }
-    bool symmetric() const { return tilt == 0; }
+    int lean(int y) const
+    {
+        const auto over = [y](double slope, int from) { return y < from ? int(std::round((from - y) * slope)) : 0; };
+        return over(tilt, pivot) + over(slouch.first, slouch.second);
+    }
+    bool symmetric() const { return tilt == 0 && slouch.first == 0; }
     double unbend(int x, int y) const
     {
         const double straight = x - lean(y);
@@ -432,6 +453,7 @@ void plotLine(QPoint a, QPoint b, Mask &mask, const std::function<void(int, int)
 // Rasterises one primitive; `flip` mirrors it about the centre column, `bend` fits it to her figure.
 void rasterise(const Primitive &p, bool flip, QPoint offset, const Bend &bend, Mask &mask)
 {
+    const int gridWidth = mask.width, gridHeight = mask.height;
     const auto X = [&](double x) { return (flip ? (gridWidth - 1) - x : x) + offset.x(); };
     const auto Y = [&](double y) { return y + offset.y(); };
     const QList<double> &n = p.numbers;
@@ -559,7 +581,7 @@ struct Painter {
 
     void put(int x, int y, const QColor &c)
     {
-        if (inGrid(x, y))
+        if (canvas.rect().contains(x, y))
             canvas.setPixelColor(x, y, c);
     }
 
@@ -583,7 +605,7 @@ struct Painter {
                             return false;
                         }
                         const int x = g.x + int(c);
-                        put((pass ? (gridWidth - 1) - x - drift : x + drift) + at.x(), g.y + int(r) + at.y(), *col);
+                        put((pass ? (canvas.width() - 1) - x - drift : x + drift) + at.x(), g.y + int(r) + at.y(), *col);
                     }
             return true;
         }
@@ -596,13 +618,14 @@ struct Painter {
             *error = u"unknown colour "_s + shape.colour + u' ' + shape.outlineColour;
             return false;
         }
-        Mask mask(size_t(gridWidth * gridHeight), 0);
+        const int gridWidth = canvas.width(), gridHeight = canvas.height();
+        Mask mask { gridWidth, gridHeight };
         for (const Primitive &p : shape.parts) {
             if (!(shape.mirror || p.mirror)) {
                 rasterise(p, false, at, bend, mask);
             } else if (bend.book && bend.symmetric() && at.x() == 0) {
                 // Bent sampling is floating point: mirror the drawn pixels so both sides match exactly.
-                Mask half(mask.size(), 0);
+                Mask half { gridWidth, gridHeight };
                 rasterise(p, false, at, bend, half);
                 for (int y = 0; y < gridHeight; ++y)
                     for (int x = 0; x < gridWidth; ++x)
@@ -684,9 +707,54 @@ bool followsFigure(const Layer &layer)
 }
 } // namespace
 
+namespace
+{
+// Dark materials named by "rim" get a light line just inside her ink outline, where it meets the desktop, so
+// she keeps her shape on a dark wallpaper and her ink on a light one.
+void rim(const Book &book, QImage &canvas)
+{
+    if (book.rims.isEmpty())
+        return;
+    const int w = canvas.width(), h = canvas.height();
+    std::vector<char> outside(size_t(w * h), 0);
+    std::vector<QPoint> todo;
+    for (int x = 0; x < w; ++x)
+        todo.insert(todo.end(), { QPoint(x, 0), QPoint(x, h - 1) });
+    for (int y = 0; y < h; ++y)
+        todo.insert(todo.end(), { QPoint(0, y), QPoint(w - 1, y) });
+    while (!todo.empty()) {
+        const QPoint p = todo.back();
+        todo.pop_back();
+        if (!canvas.rect().contains(p) || outside[size_t(p.y() * w + p.x())] || qAlpha(canvas.pixel(p)))
+            continue;
+        outside[size_t(p.y() * w + p.x())] = 1;
+        todo.insert(todo.end(), { p + QPoint(1, 0), p - QPoint(1, 0), p + QPoint(0, 1), p - QPoint(0, 1) });
+    }
+    const auto isOutside = [&](QPoint p) { return !canvas.rect().contains(p) || outside[size_t(p.y() * w + p.x())]; };
+    const QList<QPoint> steps { { 1, 0 }, { -1, 0 }, { 0, 1 }, { 0, -1 } };
+    QHash<QRgb, QRgb> recolour;
+    for (const auto &[name, colour] : book.rims)
+        for (const QColor &shade : book.materials.value(name))
+            recolour.insert(shade.rgba(), colour.rgba());
+    const QImage drawn = canvas.copy();
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const QPoint p(x, y);
+            const QRgb here = drawn.pixel(p);
+            if (!recolour.contains(here) || std::any_of(steps.begin(), steps.end(), [&](QPoint d) { return isOutside(p + d); }))
+                continue;
+            // One step in from the outline pixel that borders the desktop.
+            const bool behindOutline = std::any_of(steps.begin(), steps.end(),
+                [&](QPoint d) { return !isOutside(p + d) && std::any_of(steps.begin(), steps.end(), [&](QPoint e) { return isOutside(p + d + e); }); });
+            if (behindOutline)
+                canvas.setPixel(p, recolour.value(here));
+        }
+}
+} // namespace
+
 QImage render(const Book &book, int tier, QString *error)
 {
-    QImage canvas(gridWidth, gridHeight, QImage::Format_ARGB32);
+    QImage canvas(book.size, QImage::Format_ARGB32);
     canvas.fill(Qt::transparent);
     Painter painter { book, canvas, tier };
     for (const QString &slot : slotOrder()) {
@@ -694,8 +762,10 @@ QImage render(const Book &book, int tier, QString *error)
             if (layer.slot != slot || !(layer.tiers & (1u << tier)))
                 continue;
             const QPoint offset = layer.head ? book.headShift[size_t(tier)] : QPoint();
-            const Bend bend = layer.head ? Bend { nullptr, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y() }
-                                         : Bend { followsFigure(layer) ? &book : nullptr, 0, 0 };
+            const int centre = (book.size.width() - 1) / 2;
+            const auto slouch = layer.fixed ? QPair<double, int>() : book.slouch[size_t(tier)];
+            const Bend bend = layer.head ? Bend { nullptr, centre, book.headTilt[size_t(tier)].first, book.headTilt[size_t(tier)].second + offset.y(), slouch }
+                                         : Bend { followsFigure(layer) ? &book : nullptr, centre, 0, 0, slouch };
             for (const Shape &shape : layer.shapes) {
                 if (!(shape.tiers & (1u << tier)))
                     continue;
@@ -708,17 +778,12 @@ QImage render(const Book &book, int tier, QString *error)
             }
         }
     }
+    rim(book, canvas);
     return canvas;
 }
 
 QImage sprite(const QImage &grid)
 {
-    QImage out(spriteWidth, spriteHeight, QImage::Format_ARGB32);
-    out.fill(Qt::transparent);
-    const QImage big = grid.scaled(grid.width() * scale, grid.height() * scale, Qt::IgnoreAspectRatio, Qt::FastTransformation);
-    QPainter painter(&out);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.drawImage(0, topPadding, big);
-    return out;
+    return grid.scaled(grid.width() * scale, grid.height() * scale, Qt::IgnoreAspectRatio, Qt::FastTransformation);
 }
 } // namespace Art

@@ -12,16 +12,15 @@
 
 /// Yuzuha's artwork as text: materials (a colour with its dark and light shades), named slots that point at
 /// materials, and layers of simple shapes (rects, ovals, polygons, lines, dots, pixel grids) that are drawn in a
-/// fixed slot order onto the 61 × 164 art grid. Each shape may be limited to some tiers (the day's wear), mirrored
+/// fixed slot order onto the 47 × 125 art grid. Each shape may be limited to some tiers (the day's wear), mirrored
 /// about the centre column, outlined in ink and shaded with light from the upper left.
 namespace Art
 {
-inline constexpr int gridWidth = 61;
-inline constexpr int gridHeight = 164;
-inline constexpr int scale = 7;
-inline constexpr int topPadding = 3;
-inline constexpr int spriteWidth = gridWidth * scale; // 427
-inline constexpr int spriteHeight = gridHeight * scale + topPadding; // 1151
+inline constexpr int gridWidth = 47;
+inline constexpr int gridHeight = 125;
+inline constexpr int scale = 4;
+inline constexpr int spriteWidth = gridWidth * scale; // 188
+inline constexpr int spriteHeight = gridHeight * scale; // 500
 inline constexpr int tierCount = 7;
 
 /// Layers are drawn in this order; a file may add to any of them.
@@ -35,10 +34,11 @@ std::optional<Book> load(const QString &folder, const QString &outfit, QString *
 /// Reads exactly `files`, in order (for pictures that are not her full figure, such as the icons).
 std::optional<Book> loadFiles(const QStringList &files, QString *error);
 
-/// The art grid of one tier, unscaled (61 × 164, ARGB32, every pixel opaque or clear); null when a shape
+/// The art grid of one tier, unscaled (47 × 125, ARGB32, every pixel opaque or clear); null when a shape
 /// names a colour the book does not define, with the reason in `error`.
 QImage render(const Book &book, int tier, QString *error = nullptr);
-/// The sprite: the art grid scaled ×7 without smoothing under three clear rows (427 × 1151).
+/// The sprite: the art grid scaled ×4 without smoothing (188 × 500), so her medium size on a 1× screen (250 px)
+/// and on a 2× one (500 px) shows every art pixel as a whole block of screen pixels.
 QImage sprite(const QImage &grid);
 
 struct Shape;
@@ -55,9 +55,16 @@ struct Book {
     /// Slot → (tiers, material); an alias limited to some tiers beats one for all tiers, later beats earlier.
     QHash<QString, QList<QPair<quint32, QString>>> aliases;
     QList<Layer> layers;
+    /// The art grid ("canvas W H"); her figure's unless a picture of another size says otherwise.
+    QSize size { gridWidth, gridHeight };
     std::array<QPoint, tierCount> headShift {};
     /// Per tier: the head leans (columns per row) above a pivot row, the neck, to read as tilted.
     std::array<QPair<double, int>, tierCount> headTilt {};
+    /// Per tier: her upper body leans the same way above a pivot row at the hips (head, arms and what she holds
+    /// go with it; legs and fixed layers stay), so a tired day shows in her posture.
+    std::array<QPair<double, int>, tierCount> slouch {};
+    /// Dark materials and the light colour that lines them just inside her outline where she meets the desktop.
+    QList<QPair<QString, QColor>> rims;
     /// Her figure as (row, horizontal scale about the centre column) stations, linear in between: the torso,
     /// legs and clothes are drawn straight and bent here into shoulders, waist, hips, thighs and calves, so every
     /// outfit follows one body. Empty means no bend. Head layers, her arms and what she holds are not bent.

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QImageWriter>
 #include <QLinearGradient>
 #include <QPainter>
@@ -19,7 +20,11 @@ namespace SpriteGen
 {
 namespace
 {
-const QList<int> iconSizes { 16, 32, 48, 64, 128, 256 };
+// Application icon sizes. The small ones are pixel drawn for their size (16 and 24 by hand, 32 is the tray
+// face, 48 the 24 one doubled); from 64 on her face sits on the sticky-note disc.
+const QList<int> iconSizes { 16, 24, 32, 48, 64, 128, 256 };
+// Her tray faces by width: each drawn for that size, the 36 one also the status item's own picture.
+const QList<int> traySizes { 16, 24, 32 };
 
 bool save(const QImage &image, const QString &path, const QByteArray &format, QString *error)
 {
@@ -37,15 +42,29 @@ bool save(const QImage &image, const QString &path, const QByteArray &format, QS
 // The tray picture is drawn for its size in icons/tray.art, on columns 12–47 and rows 0–35 of the art grid.
 const QRect trayCrop(12, 0, 36, 36);
 
-std::optional<QImage> trayFace(const QString &artDir, QString *error)
+std::optional<QImage> drawIcon(const QString &artDir, const QString &file, QString *error)
 {
-    const auto book = Art::loadFiles({ artDir + u"/00-palette.art"_s, artDir + u"/icons/tray.art"_s }, error);
+    const auto book = Art::loadFiles({ artDir + u"/00-palette.art"_s, artDir + u"/icons/"_s + file }, error);
     if (!book)
         return std::nullopt;
     const QImage image = Art::render(*book, 0, error);
     if (image.isNull())
         return std::nullopt;
-    return image.copy(trayCrop);
+    return image;
+}
+
+std::optional<QImage> trayFace(const QString &artDir, QString *error)
+{
+    const auto image = drawIcon(artDir, u"tray.art"_s, error);
+    return image ? std::optional(image->copy(trayCrop)) : std::nullopt;
+}
+
+// Her face drawn for a tray of `size` pixels: 16 and 24 by hand, 32 the middle of the 36 one.
+std::optional<QImage> smallFace(const QString &artDir, const QImage &face36, int size, QString *error)
+{
+    if (size == 32)
+        return face36.copy(2, 2, 32, 32);
+    return drawIcon(artDir, u"face%1.art"_s.arg(size), error);
 }
 
 QImage appIcon(const QImage &face)
@@ -92,6 +111,8 @@ QStringList outputFiles()
         for (int t = 0; t < Art::tierCount; ++t)
             files.append(u"Sprites/%1/t%2.webp"_s.arg(outfit).arg(t));
     files.append(u"Sprites/menubar.png"_s);
+    for (int size : traySizes)
+        files.append(u"Sprites/tray%1.png"_s.arg(size));
     files.append(u"icons/yuzuha.png"_s);
     for (int size : iconSizes)
         files.append(u"icons/hicolor/%1x%1/apps/yuzuha.png"_s.arg(size));
@@ -117,11 +138,21 @@ bool writeAll(const QString &artDir, const QString &outDir, QString *error)
     const auto face = trayFace(artDir, error);
     if (!face || !save(*face, out.filePath(u"Sprites/menubar.png"_s), "png", error))
         return false;
+    QHash<int, QImage> small;
+    for (int size : traySizes) {
+        const auto drawn = smallFace(artDir, *face, size, error);
+        if (!drawn || !save(*drawn, out.filePath(u"Sprites/tray%1.png"_s.arg(size)), "png", error))
+            return false;
+        small.insert(size, *drawn);
+    }
+    small.insert(48, small.value(24).scaled(48, 48, Qt::IgnoreAspectRatio, Qt::FastTransformation));
     const QImage icon = appIcon(*face);
     if (!save(icon, out.filePath(u"icons/yuzuha.png"_s), "png", error))
         return false;
     for (int size : iconSizes) {
-        const QImage scaled = size == 256 ? icon : icon.scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        const QImage scaled = small.contains(size) ? small.value(size)
+            : size == 256                          ? icon
+                                                   : icon.scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         if (!save(scaled, out.filePath(u"icons/hicolor/%1x%1/apps/yuzuha.png"_s.arg(size)), "png", error))
             return false;
     }
@@ -131,7 +162,7 @@ bool writeAll(const QString &artDir, const QString &outDir, QString *error)
 QImage contactSheet(const QString &artDir, QString *error)
 {
     constexpr int height = 250;
-    const int width = int(std::lround(height * 427.0 / 1151.0));
+    const int width = int(std::lround(height * double(Art::spriteWidth) / Art::spriteHeight));
     constexpr int gap = 14, label = 110, top = 30;
     const int columns = Art::tierCount;
     const int rows = int(outfits().size());

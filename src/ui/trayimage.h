@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QImage>
+#include <QMap>
+#include <QString>
+
+#include <optional>
+
+/// Her tray picture, drawn for the size the panel asks for: the face made for that size (or the largest one
+/// that fits, blown up by a whole factor and centred) and, while a session is followed, its percentage on an
+/// ink tag below her eyes in a 3 × 5 pixel typeface, so face and number both read at 16 pixels.
+namespace TrayImage
+{
+/// Her faces by width: "Sprites/tray16.png", "tray24.png", "tray32.png" and "menubar.png" (36) below `root`;
+/// missing files are left out.
+QMap<int, QImage> faces(const QString &root);
+
+/// A `size` × `size` picture from `faces`, with `percent` on its tag when there is one.
+QImage draw(const QMap<int, QImage> &faces, std::optional<int> percent, int size);
+} // namespace TrayImage

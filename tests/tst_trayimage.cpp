@@ -1,0 +1,77 @@
+#include "theme.h"
+#include "trayimage.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+// Her tray picture at the sizes panels ask for, from stand-in faces of one flat colour.
+class TestTrayImage : public QObject
+{
+    Q_OBJECT
+
+    QMap<int, QImage> m_faces;
+    static constexpr QRgb face = 0xff'0a'c8'1e;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        for (int size : { 16, 24, 32, 36 }) {
+            QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+            image.fill(face);
+            m_faces.insert(size, image);
+        }
+    }
+
+    void faceAndPercentage_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<std::optional<int>>("percent");
+        QTest::addColumn<QColor>("tag");
+        for (int size : { 16, 22, 24, 32, 48 }) {
+            QTest::addRow("no session at %d", size) << size << std::optional<int> {} << QColor();
+            QTest::addRow("7%% at %d", size) << size << std::optional<int> { 7 } << Theme::ink();
+            QTest::addRow("79%% at %d", size) << size << std::optional<int> { 79 } << Theme::ink();
+            QTest::addRow("100%% turns coral at %d", size) << size << std::optional<int> { 100 } << Theme::coralDeep();
+        }
+    }
+    void faceAndPercentage()
+    {
+        QFETCH(int, size);
+        QFETCH(std::optional<int>, percent);
+        QFETCH(QColor, tag);
+        const QImage image = TrayImage::draw(m_faces, percent, size).convertToFormat(QImage::Format_ARGB32);
+        QCOMPARE(image.size(), QSize(size, size));
+        int tagPixels = 0, textPixels = 0, textColumns = 0;
+        for (int x = 0; x < size; ++x) {
+            bool inColumn = false;
+            for (int y = 0; y < size; ++y) {
+                const QRgb c = image.pixel(x, y);
+                // Pixel art all through: no blended colour, no half-clear pixel.
+                QVERIFY2(c == face || c == tag.rgba() || c == Theme::paper().rgba() || qAlpha(c) == 0, qPrintable(u"blended at %1,%2"_s.arg(x).arg(y)));
+                tagPixels += c == tag.rgba();
+                if (c == Theme::paper().rgba()) {
+                    ++textPixels;
+                    inColumn = true;
+                    // The tag keeps to the lower half, below her eyes.
+                    QVERIFY(y >= size / 2);
+                }
+            }
+            textColumns += inColumn;
+        }
+        // Her face fills the middle of the top edge at every size.
+        QCOMPARE(image.pixel(size / 2, 1), face);
+        if (!percent) {
+            QCOMPARE(tagPixels + textPixels, 0);
+            return;
+        }
+        QVERIFY2(tagPixels > size, "the tag is drawn in its colour");
+        // Every digit is written: three type pixels wide each, with a gap between them.
+        const int scale = size >= 32 ? 2 : 1;
+        QVERIFY2(textColumns >= int(QString::number(*percent).size()) * 3 * scale, "a digit is missing");
+        QVERIFY(image.pixel(0, size / 2) != Theme::paper().rgba() && image.pixel(size - 1, size / 2) != Theme::paper().rgba());
+    }
+};
+
+QTEST_MAIN(TestTrayImage)
+#include "tst_trayimage.moc"

@@ -159,7 +159,7 @@ Rectangle {
             }
 
             Text {
-                text: "On this Mac only"
+                text: "On this computer only"
                 font: Theme.bodyFont(10.5)
                 color: Theme.inkSoft
                 opacity: 0.8

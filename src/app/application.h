@@ -1,6 +1,7 @@
 #pragma once
 
 #include "loginitem.h"
+#include "reducemotion.h"
 #include "sprites.h"
 
 #include <QObject>
@@ -32,7 +33,8 @@ public:
         std::unique_ptr<QSettings> store;
         QString home;
         LoginItem loginItem;
-        bool reduceMotion = false;
+        /// The desktop's reduced-motion setting, followed live; without one she always animates.
+        std::unique_ptr<ReduceMotion> motion;
         /// The folder holding "Sprites" (":/" for the compiled-in resources).
         QString resources;
     };
@@ -59,6 +61,7 @@ public:
 
 private:
     // In the order of building; they go in the reverse order, views before the engine that made them.
+    std::unique_ptr<ReduceMotion> m_motion;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<FleetAccess> m_access;
     std::unique_ptr<SessionWatcher> m_watcher;

@@ -18,7 +18,8 @@ Rectangle {
     implicitWidth: Dimensions.popoverWidth
     height: column.implicitHeight
     implicitHeight: column.implicitHeight
-    color: Theme.machine
+    // The popover's card paints the paper behind it, rounded.
+    color: "transparent"
 
     ColumnLayout {
         id: column

@@ -114,7 +114,7 @@ private Q_SLOTS:
 
         QCOMPARE(user->startFolders, QStringList { home() + u"/.codex/sessions"_s });
         QCOMPARE(user->messages.value(0),
-            u"Let Yuzuha read how full your Codex sessions are. She reads the token counts in ~/.codex/sessions and nothing leaves your Mac. | Allow"_s);
+            u"Let Yuzuha read how full your Codex sessions are. She reads the token counts in ~/.codex/sessions and nothing leaves your computer. | Allow"_s);
         QCOMPARE(changed.size(), 1);
         QCOMPARE(gate.grantedIds(), (QSet<QString> { u"claude"_s, u"codex"_s }));
         const auto snapshots = gate.snapshots();

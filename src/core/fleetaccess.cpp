@@ -87,7 +87,7 @@ void FleetAccess::request(const FleetFolder &folder)
         return;
     const QString expected = QDir(m_home).filePath(folder.relativePath);
     const QString message = u"Let Yuzuha read how full your "_s + folder.label + u" sessions are. She reads the token counts in "_s + homeRelative(folder)
-        + u" and nothing leaves your Mac."_s;
+        + u" and nothing leaves your computer."_s;
     // The user may pick again any number of times; each round reopens the chooser at the expected folder.
     for (;;) {
         const std::optional<QString> picked = m_prompt->chooseFolder(message, u"Allow"_s, expected);

@@ -103,7 +103,7 @@ Item {
                 ctx.reset();
                 ctx.save();
                 if (card.blended) {
-                    ctx.shadowColor = Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.28);
+                    ctx.shadowColor = Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.35);
                     ctx.shadowBlur = card.shadowBlur;
                     ctx.shadowOffsetY = card.shadowOffset;
                 }
@@ -112,7 +112,8 @@ Item {
                 ctx.fill();
                 ctx.restore();
                 trace(ctx);
-                ctx.lineWidth = 1.5;
+                // Without a compositor the window is cut along the outline's middle: only its inner half shows.
+                ctx.lineWidth = card.blended ? 1.5 : 3;
                 ctx.lineJoin = "round";
                 ctx.strokeStyle = Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.85);
                 ctx.stroke();

@@ -121,55 +121,6 @@ private Q_SLOTS:
         QCOMPARE(row->property("toolTipText").toString(), pinned ? u"Click to stop following this session"_s : u"Click to make her follow this session"_s);
     }
 
-    void meter_data()
-    {
-        QTest::addColumn<int>("tier");
-        QTest::addColumn<int>("ink");
-        QTest::addColumn<int>("coral");
-        QTest::addRow("tier 0: all unlit") << 0 << 0 << 0;
-        QTest::addRow("tier 4: four ink") << 4 << 4 << 0;
-        QTest::addRow("tier 5: five coral") << 5 << 0 << 5;
-        QTest::addRow("tier 6: all coral") << 6 << 0 << 6;
-    }
-    void meter()
-    {
-        QFETCH(int, tier);
-        QQmlEngine engine;
-        engine.addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(&engine);
-        component.setData("import Yuzuha\nMeter {}", QUrl());
-        std::unique_ptr<QObject> meter(component.createWithInitialProperties({ { u"tier"_s, tier }, { u"percent"_s, 50 } }));
-        QVERIFY2(meter, qPrintable(component.errorString()));
-        int ink = 0, coral = 0;
-        for (int i = 0; i < 6; ++i) {
-            QQuickItem *segment = find(qobject_cast<QQuickItem *>(meter.get()), u"segment%1"_s.arg(i));
-            QVERIFY(segment);
-            const QColor colour = segment->property("color").value<QColor>();
-            // Lit segments fill from the left; the rest are unlit.
-            QCOMPARE(colour == Theme::segmentOff(), i >= tier);
-            ink += colour == Theme::ink();
-            coral += colour == Theme::coralDeep();
-        }
-        QTEST(ink, "ink");
-        QTEST(coral, "coral");
-    }
-
-    void pillFollowsThePin()
-    {
-        Hosted hosted;
-        QQuickItem *pill = hosted.find(u"followPill"_s);
-        const auto text = [&] { return hosted.find(u"followPillText"_s)->property("text").toString(); };
-        // Nothing listed, nothing pinned: the pill still shows, mint and disabled.
-        QCOMPARE(text(), u"Following the fullest"_s);
-        QCOMPARE(pill->property("color").value<QColor>(), Theme::mint());
-        QVERIFY(!pill->isEnabled());
-
-        hosted.model.update({ numbered(1), numbered(2) }, numbered(2).id, numbered(2).id);
-        QCOMPARE(text(), u"Follow the fullest"_s);
-        QCOMPARE(pill->property("color").value<QColor>(), Theme::sticky());
-        QVERIFY(pill->isEnabled());
-    }
-
     void edge_data()
     {
         QTest::addColumn<QRect>("panel");

@@ -20,7 +20,8 @@ Rectangle {
     implicitWidth: Dimensions.popoverWidth
     height: column.implicitHeight
     implicitHeight: column.implicitHeight
-    color: Theme.machine
+    // The popover's card paints the paper behind it, rounded.
+    color: "transparent"
 
     ColumnLayout {
         id: column
@@ -169,7 +170,7 @@ Rectangle {
             }
 
             Text {
-                text: "On this Mac only"
+                text: "On this computer only"
                 font: Theme.bodyFont(10.5)
                 color: Theme.inkSoft
                 opacity: 0.8

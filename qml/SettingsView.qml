@@ -310,7 +310,7 @@ Item {
                     Paragraph {
                         size: 12
                         extraLeading: 2
-                        text: "The session logs on this Mac, read for their token counts. No network, no account, no analytics."
+                        text: "The session logs on this computer, read for their token counts. No network, no account, no analytics."
                     }
                 }
 
@@ -331,7 +331,7 @@ Item {
                     }
                     Text {
                         Layout.alignment: Qt.AlignBaseline
-                        text: "Made in Tokyo. Nothing leaves your Mac."
+                        text: "Made in Tokyo. Nothing leaves your computer."
                         font: Theme.bodyFont(11.5)
                         color: Theme.inkSoft
                     }

@@ -1,6 +1,5 @@
 #include "passthrough.h"
 #include "petstageview.h"
-#include "reducemotion.h"
 
 #include <QTest>
 
@@ -122,25 +121,6 @@ private Q_SLOTS:
         QTEST(region.contains(devicePoint), "live");
         // Identical rows collapse into one band: the region stays small enough to send to the X server.
         QVERIFY(region.rectCount() <= 3);
-    }
-
-    void reduceMotion_data()
-    {
-        QTest::addColumn<std::optional<QString>>("gnome");
-        QTest::addColumn<std::optional<QString>>("kde");
-        QTest::addColumn<bool>("on");
-        QTest::addRow("nothing readable") << std::optional<QString>() << std::optional<QString>() << false;
-        QTest::addRow("gnome animations off") << std::optional(u"false\n"_s) << std::optional<QString>() << true;
-        QTest::addRow("kde factor 0") << std::optional<QString>() << std::optional(u"[General]\nX=1\n[KDE]\nAnimationDurationFactor=0\n"_s) << true;
-        QTest::addRow("kde factor 0.5") << std::optional<QString>() << std::optional(u"[KDE]\nAnimationDurationFactor=0.5\n"_s) << false;
-        QTest::addRow("factor in another group") << std::optional<QString>() << std::optional(u"[KWin]\nAnimationDurationFactor=0\n"_s) << false;
-        QTest::addRow("garbage factor") << std::optional<QString>() << std::optional(u"[KDE]\nAnimationDurationFactor=slow\n"_s) << false;
-    }
-    void reduceMotion()
-    {
-        QFETCH(std::optional<QString>, gnome);
-        QFETCH(std::optional<QString>, kde);
-        QTEST(ReduceMotion::decide({ gnome, kde }), "on");
     }
 
     void breathingWakesOnlyOnPixelChanges_data()

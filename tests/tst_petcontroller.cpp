@@ -5,6 +5,7 @@
 #include "petstageview.h"
 #include "qmlregistration.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QMenu>
 #include <QQuickItem>
@@ -244,11 +245,43 @@ private Q_SLOTS:
         };
         QCOMPARE(checked(menu->actions().at(0)->menu()), (QList<int> { 0, 1, 102 }));
         QCOMPARE(checked(menu->actions().at(1)->menu()), (QList<int> { 0, -1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 114, 15 }));
+        // One choice each: every item of a submenu in one exclusive group, drawn as radio items.
+        for (const int sub : { 0, 1 }) {
+            QSet<const QActionGroup *> groups;
+            for (const QAction *a : menu->actions().at(sub)->menu()->actions())
+                if (!a->isSeparator())
+                    groups << a->actionGroup();
+            QCOMPARE(groups.size(), 1);
+            QVERIFY(*groups.begin() && (*groups.begin())->isExclusive());
+        }
         menu->actions().at(1)->menu()->actions().at(3)->trigger();
         QCOMPARE(f.prefs.outfit(), Preferences::Outfit::halloween);
         menu->actions().at(2)->trigger();
         QVERIFY(f.prefs.keepOnTop());
         QVERIFY(f.controller->panel()->flags().testFlag(Qt::WindowStaysOnTopHint));
+    }
+
+    // The desktop's setting changes while she runs: breathing, hops and the bubble's fade follow it.
+    void reduceMotionFollowsTheDesktop()
+    {
+        Fixture f;
+        f.controller->showOnLaunch();
+        QVERIFY(f.controller->stage()->isBreathing());
+        QQuickItem *overlay = f.controller->panel()->overlay();
+        QVERIFY(overlay && overlay->property("animated").toBool());
+
+        f.controller->setReduceMotion(true);
+        QVERIFY(!f.controller->stage()->isBreathing());
+        QVERIFY(!overlay->property("animated").toBool());
+        f.focused = session(u"a"_s, 92'000);
+        f.controller->update();
+        f.focused = session(u"a"_s, 124'000);
+        f.controller->update();
+        QVERIFY(!f.controller->stage()->isHopping());
+
+        f.controller->setReduceMotion(false);
+        QVERIFY(f.controller->stage()->isBreathing());
+        QVERIFY(overlay->property("animated").toBool());
     }
 
     void overlayShowsTheTag()

@@ -113,6 +113,21 @@ private Q_SLOTS:
         QTEST(StatusItemController::toolTipText(focused), "toolTip");
     }
 
+    // A long project name is cut in the middle, so one session does not stretch the menu; a short one stays whole.
+    void longProjectIsCutInTheMiddle()
+    {
+        const QString name = u"quarterly-reporting-pipeline-migration-for-the-finance-team-2026-edition"_s;
+        QMenu menu;
+        const QFontMetrics metrics = menu.fontMetrics();
+        const QString cut = StatusItemController::sessionText(session(name, 84'000), metrics);
+        const QString project = cut.section(u"  "_s, 0, 0);
+        QVERIFY(project.contains(u'\u2026'));
+        QVERIFY(project.startsWith(u"quarterly"_s) && project.endsWith(u"edition"_s));
+        QVERIFY(metrics.horizontalAdvance(project) <= StatusItemController::menuProjectWidth);
+        QVERIFY(cut.endsWith(u"  42%  (84K)"_s));
+        QCOMPARE(StatusItemController::sessionText(session(u"api-server"_s, 84'000), metrics), u"api-server  42%  (84K)"_s);
+    }
+
     void followAndUnfollow()
     {
         QTemporaryDir dir;

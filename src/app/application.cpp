@@ -13,13 +13,16 @@
 #include "trayimage.h"
 #include "windowmanager.h"
 
+#include <QDBusConnection>
 #include <QDate>
+#include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
 
 Application::Environment Application::userEnvironment()
 {
-    return { Preferences::userStore(), FleetAccess::homeFolder(), LoginItem(), ReduceMotion::isOn(), u":/"_s, {} };
+    return { Preferences::userStore(), FleetAccess::homeFolder(), LoginItem(),
+        std::make_unique<ReduceMotion>(QDBusConnection::sessionBus(), QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)), u":/"_s, {} };
 }
 
 Application::Application(Environment environment, QObject *parent)
@@ -27,6 +30,8 @@ Application::Application(Environment environment, QObject *parent)
 {
     // The views need the bundled faces before the first one is built.
     Fonts::registerAll();
+    m_motion = std::move(environment.motion);
+    const bool reduceMotion = m_motion && m_motion->isOn();
 
     m_preferences = std::make_unique<Preferences>(std::move(environment.store), std::move(environment.loginItem));
     Preferences *prefs = m_preferences.get();
@@ -40,13 +45,14 @@ Application::Application(Environment environment, QObject *parent)
     m_engine = std::make_unique<ViewEngine>(prefs, access, m_sprites.get());
     m_windows = std::make_unique<WindowManager>(prefs, m_engine.get());
     m_popover = std::make_unique<SessionsPopover>(watcher, m_engine.get());
+    m_popover->setReduceMotion(reduceMotion);
 
     PetController::Inputs inputs;
     inputs.preferences = prefs;
     inputs.sprites = m_sprites.get();
     inputs.focused = [watcher] { return watcher->focused(); };
     inputs.outOfReach = [access] { return !access->unreadableIds().isEmpty(); };
-    inputs.reduceMotion = environment.reduceMotion;
+    inputs.reduceMotion = reduceMotion;
     m_pet = std::make_unique<PetController>(std::move(inputs), m_engine.get());
     PetController *pet = m_pet.get();
     m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), TrayImage::faces(u":/"_s));
@@ -81,6 +87,12 @@ Application::Application(Environment environment, QObject *parent)
     connect(tray, &StatusItemController::settingsRequested, windows, &WindowManager::showSettings);
 
     connect(windows, &WindowManager::welcomeFinished, pet, &PetController::showPet);
+
+    // Everything that moves follows the desktop's setting as it changes.
+    if (m_motion) {
+        connect(m_motion.get(), &ReduceMotion::changed, pet, &PetController::setReduceMotion);
+        connect(m_motion.get(), &ReduceMotion::changed, popover, &SessionsPopover::setReduceMotion);
+    }
 }
 
 Application::~Application() = default;

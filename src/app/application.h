@@ -2,6 +2,7 @@
 
 #include "fleetaccess.h"
 #include "loginitem.h"
+#include "reducemotion.h"
 #include "sprites.h"
 
 #include <QObject>
@@ -31,7 +32,8 @@ public:
         std::unique_ptr<QSettings> store;
         QString home;
         LoginItem loginItem;
-        bool reduceMotion = false;
+        /// The desktop's reduced-motion setting, followed live; without one she always animates.
+        std::unique_ptr<ReduceMotion> motion;
         /// The folder holding "Sprites" (":/" for the compiled-in resources).
         QString resources;
         /// What tells whether an agent folder can be read; the file system when empty.
@@ -59,6 +61,7 @@ public:
 
 private:
     // In the order of building; they go in the reverse order, views before the engine that made them.
+    std::unique_ptr<ReduceMotion> m_motion;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<FleetAccess> m_access;
     std::unique_ptr<SessionWatcher> m_watcher;

@@ -301,12 +301,29 @@ void PetController::clicked()
     Q_EMIT sessionsRequested(stage()->mapRectToScene(stage()->spriteRect()).translated(m_panel->position()).toAlignedRect());
 }
 
-/// One checkable item of a picking submenu: its tag is the value the action hands back.
-void PetController::addPick(QMenu *menu, const QString &title, int tag, bool checked, void (PetController::*pick)(int))
+void PetController::setReduceMotion(bool on)
+{
+    if (m_inputs.reduceMotion == on)
+        return;
+    m_inputs.reduceMotion = on;
+    PetStageView *stage = m_panel->stage();
+    stage->setReduceMotion(on);
+    if (on)
+        stage->stopBreathing();
+    else if (m_panel->isVisible())
+        stage->startBreathing();
+    if (QQuickItem *overlay = m_panel->overlay())
+        overlay->setProperty("animated", !on);
+}
+
+/// One item of a one-choice submenu: its tag is the value the action hands back, and its group makes
+/// the choices exclusive, so the desktop style draws them as radio items.
+void PetController::addPick(QMenu *menu, QActionGroup *group, const QString &title, int tag, bool checked, void (PetController::*pick)(int))
 {
     QAction *item = menu->addAction(title);
     item->setData(tag);
     item->setCheckable(true);
+    group->addAction(item);
     item->setChecked(checked);
     connect(item, &QAction::triggered, this, [this, tag, pick] { (this->*pick)(tag); });
 }
@@ -317,12 +334,14 @@ QMenu *PetController::contextMenu()
     auto *menu = new QMenu;
 
     QMenu *sizes = menu->addMenu(u"Size"_s);
+    auto *sizeGroup = new QActionGroup(sizes);
     for (const Preferences::SizeName &size : Preferences::sizes)
-        addPick(sizes, size.label.toString(), int(size.size), prefs->size() == size.size, &PetController::pickSize);
+        addPick(sizes, sizeGroup, size.label.toString(), int(size.size), prefs->size() == size.size, &PetController::pickSize);
 
     QMenu *outfits = menu->addMenu(u"Outfit"_s);
+    auto *outfitGroup = new QActionGroup(outfits);
     for (const Preferences::OutfitName &outfit : Preferences::outfits) {
-        addPick(outfits, outfit.label.toString(), int(outfit.outfit), prefs->outfit() == outfit.outfit, &PetController::pickOutfit);
+        addPick(outfits, outfitGroup, outfit.label.toString(), int(outfit.outfit), prefs->outfit() == outfit.outfit, &PetController::pickOutfit);
         if (outfit.outfit == Preferences::Outfit::seasonal)
             outfits->addSeparator();
     }

@@ -17,6 +17,7 @@
 class PetModel;
 class PetPanel;
 class PetStageView;
+class QActionGroup;
 class QMenu;
 class QQmlEngine;
 class QScreen;
@@ -77,6 +78,8 @@ public:
     void scheduleUpdate();
     void showPet();
     void hideFromMenu();
+    /// The desktop's reduced-motion setting changed: breathing, hops, fades and the bubble follow it.
+    void setReduceMotion(bool on);
 
     /// A press on her without a drag.
     void clicked();
@@ -113,7 +116,7 @@ Q_SIGNALS:
     void updated();
 
 private:
-    void addPick(QMenu *menu, const QString &title, int tag, bool checked, void (PetController::*pick)(int));
+    void addPick(QMenu *menu, QActionGroup *group, const QString &title, int tag, bool checked, void (PetController::*pick)(int));
     void applyOutfit();
     void storeOrigin();
     void watchScreen(QScreen *screen);

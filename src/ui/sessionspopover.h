@@ -7,15 +7,25 @@
 #include <QSize>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
+
+namespace TransientWindow
+{
+class PointerPresses;
+}
 class QQmlEngine;
+class QQuickItem;
 class QWindow;
 class SessionListModel;
 class SessionWatcher;
 
-/// The popover that opens beside her on a click: today's sessions in a frameless popup window as wide
-/// as Dimensions::popoverWidth and as tall as its content, redrawn live while the watcher publishes. It
-/// closes when the user clicks anywhere else or presses Escape. One is built at start-up; each opening
-/// makes a fresh window, dropped once it closes.
+/// The popover that opens beside her on a click: today's sessions on a card with an arrow toward her,
+/// as wide as Dimensions::popoverWidth and as tall as its content, redrawn live while the watcher
+/// publishes. It is one frameless window; where a compositor blends it, the window is translucent and
+/// the card's shadow is drawn in it, while only the card takes the pointer. It is transient: it closes
+/// on Escape, when it loses the focus, on a click on her and on a click anywhere else, and that click
+/// still reaches what it was aimed at. One is built at start-up; each opening makes a fresh window,
+/// dropped once it has faded out.
 class SessionsPopover : public QObject
 {
     Q_OBJECT
@@ -33,15 +43,19 @@ public:
     /// Opens a window beside `anchor`, closing one that is open.
     void open(QWindow *panel, const QRect &anchor);
     bool isShown() const;
-    /// Hides the window, tells `closed()` and drops the window on the next turn of the event loop.
+    /// Fades the window out, tells `closed()` and drops the window once it is gone.
     void close();
+    /// Whether it fades and grows in and fades out; off while the desktop asks for reduced motion.
+    void setReduceMotion(bool on);
 
     /// The open window, or null.
     QQuickView *window() const { return m_view; }
     SessionListModel *model() const { return m_model; }
 
-    /// The popover's frame beside `anchor` on `edge`, centred on it vertically and kept on `available`.
-    static QRect placement(const QRect &anchor, QSize size, Qt::Edge edge, const QRect &available);
+    /// The card's frame (arrow included) of `size` beside her `sprite` on `edge`: centred on her but
+    /// below her `bubbleBand`, where her speech bubble appears; when there is no room for that on
+    /// `available`, beside the whole band instead. Kept on `available`.
+    static QRect placement(const QRect &sprite, const QRect &bubbleBand, QSize size, Qt::Edge edge, const QRect &available);
 
     // What the view's controls do.
     /// Follows the session `id`, or lets go of it when it is the followed one.
@@ -57,11 +71,20 @@ Q_SIGNALS:
     /// Its Hide Yuzuha button was pressed.
     void hideRequested();
 
+private Q_SLOTS:
+    void cardGone();
+
 private:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void reload();
     void place();
-    void grabInput();
+    void shape();
+    QQuickItem *card() const;
+    /// The card's frame in global coordinates, shadow left out.
+    QRect cardFrame() const;
+    void pressedSomewhere();
+    /// Hides a closed window and deletes it on the next turn of the event loop.
+    void drop(QQuickView *view);
 
     QPointer<SessionWatcher> m_watcher;
     QQmlEngine *m_engine;
@@ -69,4 +92,9 @@ private:
     QRect m_anchor;
     SessionListModel *m_model;
     QPointer<QQuickView> m_view;
+    /// Windows fading out after they were closed.
+    QList<QPointer<QQuickView>> m_leaving;
+    std::unique_ptr<TransientWindow::PointerPresses> m_presses;
+    bool m_wasActive = false;
+    bool m_reduceMotion = false;
 };

@@ -112,10 +112,10 @@ QString StatusItemController::headerText(const std::optional<Session> &focused)
     return tier.romaji.toString() + u"  "_s + tier.english.toString();
 }
 
-QString StatusItemController::sessionText(const Session &session)
+QString StatusItemController::sessionText(const Session &session, const QFontMetrics &metrics)
 {
     const QString tokens = session.tokens ? shortTokens(*session.tokens) : u"fresh"_s;
-    return session.project + u"  "_s + QString::number(session.percent()) + u"%  ("_s + tokens + u')';
+    return metrics.elidedText(session.project, Qt::ElideMiddle, menuProjectWidth) + u"  "_s + QString::number(session.percent()) + u"%  ("_s + tokens + u')';
 }
 
 void StatusItemController::populate(QMenu *menu, const State &state)
@@ -133,7 +133,7 @@ void StatusItemController::populate(QMenu *menu, const State &state)
         fullest->setChecked(!state.pinnedID);
         for (const Session &session : state.sessions.first(std::min<qsizetype>(state.sessions.size(), menuSessionLimit))) {
             // Menus here have no indentation levels; leading em spaces set the sessions under "Follow the Fullest".
-            QAction *item = addItem(menu, u"\u2003\u2003"_s + menuSafe(sessionText(session)), Command::follow);
+            QAction *item = addItem(menu, u"\u2003\u2003"_s + menuSafe(sessionText(session, menu->fontMetrics())), Command::follow);
             item->setData(session.id);
             item->setCheckable(true);
             item->setChecked(state.pinnedID == session.id);

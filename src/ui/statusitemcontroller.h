@@ -16,6 +16,7 @@
 class FleetAccess;
 class PetModel;
 class QAction;
+class QFontMetrics;
 class QMenu;
 class QSystemTrayIcon;
 class SessionWatcher;
@@ -59,8 +60,12 @@ public:
     static QString toolTipText(const std::optional<Session> &focused);
     /// The focused tier's two phrases ("Makasete!  Leave it to me!" without a session).
     static QString headerText(const std::optional<Session> &focused);
-    /// "api-server  42%  (84K)", or "(fresh)" before the first reply.
-    static QString sessionText(const Session &session);
+    /// The widest a project name may be in the menu; longer names are cut in the middle, as the popover
+    /// cuts them, so one long name does not stretch the whole menu.
+    static constexpr int menuProjectWidth = 220;
+    /// "api-server  42%  (84K)", or "(fresh)" before the first reply; the project cut to
+    /// menuProjectWidth in `metrics`.
+    static QString sessionText(const Session &session, const QFontMetrics &metrics);
     /// Fills `menu` (emptied first) with the items for `state`; each item carries its Command and, to
     /// follow a session, the session's id as its data.
     static void populate(QMenu *menu, const State &state);

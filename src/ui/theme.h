@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
+class QQuickItem;
+
 /// The application's one palette: an office desk of paper, manila, sticky notes, an LCD and ink.
 class Theme : public QObject
 {
@@ -65,6 +67,11 @@ public:
     Q_INVOKABLE static QFont displayFont(qreal size, qreal tracking = 0);
     Q_INVOKABLE static QFont heavyFont(qreal size);
     Q_INVOKABLE static QFont bodyFont(qreal size);
+
+    /// Gives `item` and everything in it these colours for every palette role, whatever colours the
+    /// desktop uses: the views are light paper, and a control that takes its colours from the palette
+    /// (a scroll bar, a tooltip) must not turn dark under a dark desktop theme.
+    static void applyPalette(QQuickItem *item);
 
     /// QML makes one per engine; the palette itself is fixed.
     explicit Theme(QObject *parent = nullptr)

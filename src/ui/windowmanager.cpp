@@ -59,6 +59,8 @@ std::unique_ptr<QQuickView> WindowManager::build(const QString &view, const QStr
     window->setSource(QUrl(u"qrc:/qt/qml/Yuzuha/"_s + view));
     for (const QQmlError &error : window->errors())
         qWarning().noquote() << error.toString();
+    // The title bar is the window manager's and may be dark; the paper below it stays light.
+    Theme::applyPalette(window->rootObject());
     return window;
 }
 

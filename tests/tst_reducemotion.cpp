@@ -1,0 +1,151 @@
+#include "reducemotion.h"
+
+#include <QDBusConnection>
+#include <QDBusMetaType>
+#include <QDBusVariant>
+#include <QFile>
+#include <QProcess>
+#include <QSaveFile>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+using SettingGroups = QMap<QString, QVariantMap>;
+
+namespace
+{
+// The settings half of a desktop portal: answers ReadAll from `groups` and tells changes.
+class FakePortal : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    SettingGroups groups;
+
+public Q_SLOTS:
+    SettingGroups ReadAll(const QStringList &) { return groups; }
+
+Q_SIGNALS:
+    void SettingChanged(const QString &group, const QString &key, const QDBusVariant &value);
+};
+
+bool writeKdeGlobals(const QString &dir, const QByteArray &text)
+{
+    // As KDE writes it: a new file renamed over the old one.
+    QSaveFile file(dir + u"/kdeglobals"_s);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit();
+}
+} // namespace
+
+class ReduceMotionTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qDBusRegisterMetaType<SettingGroups>(); }
+
+    void decide_data()
+    {
+        QTest::addColumn<QString>("group");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<bool>("on");
+        const QString appearance = u"org.freedesktop.appearance"_s;
+        const QString gnome = u"org.gnome.desktop.interface"_s;
+        const QString kde = u"org.kde.kdeglobals.KDE"_s;
+        QTest::addRow("nothing said") << QString() << QString() << QVariant() << false;
+        QTest::addRow("appearance asks for less") << appearance << u"reduced-motion"_s << QVariant(1u) << true;
+        QTest::addRow("appearance has no preference") << appearance << u"reduced-motion"_s << QVariant(0u) << false;
+        QTest::addRow("gnome animations off") << gnome << u"enable-animations"_s << QVariant(false) << true;
+        QTest::addRow("gnome animations on") << gnome << u"enable-animations"_s << QVariant(true) << false;
+        QTest::addRow("gnome value wrapped twice") << gnome << u"enable-animations"_s << QVariant::fromValue(QDBusVariant(QVariant(false))) << true;
+        QTest::addRow("kde factor 0 as text") << kde << u"AnimationDurationFactor"_s << QVariant(u"0"_s) << true;
+        QTest::addRow("kde factor 0.5") << kde << u"AnimationDurationFactor"_s << QVariant(0.5) << false;
+        QTest::addRow("kde factor unreadable") << kde << u"AnimationDurationFactor"_s << QVariant(u"slow"_s) << false;
+        QTest::addRow("another group's key") << u"org.gnome.desktop.a11y"_s << u"enable-animations"_s << QVariant(false) << false;
+    }
+    void decide()
+    {
+        QFETCH(QString, group);
+        QFETCH(QString, key);
+        QFETCH(QVariant, value);
+        ReduceMotion::Reading reading;
+        reading.take(group, key, value);
+        QTEST(ReduceMotion::decide(reading), "on");
+    }
+
+    void kdeGlobals_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("on");
+        QTest::addRow("factor 0 after another group") << u"[General]\nX=1\n[KDE]\nAnimationDurationFactor=0\n"_s << true;
+        QTest::addRow("factor 0.5") << u"[KDE]\nAnimationDurationFactor=0.5\n"_s << false;
+        QTest::addRow("factor in another group") << u"[KWin]\nAnimationDurationFactor=0\n"_s << false;
+    }
+    void kdeGlobals()
+    {
+        QFETCH(QString, text);
+        ReduceMotion::Reading reading;
+        reading.takeKdeGlobals(text);
+        QTEST(ReduceMotion::decide(reading), "on");
+    }
+
+    // Without a portal, KDE's file is followed across the renames that replace it.
+    void followsKdeGlobalsLive()
+    {
+        QTemporaryDir config;
+        QVERIFY(writeKdeGlobals(config.path(), "[KDE]\nAnimationDurationFactor=1\n"));
+        ReduceMotion motion(QDBusConnection(u"no bus"_s), config.path());
+        QVERIFY(!motion.isOn());
+        QSignalSpy changed(&motion, &ReduceMotion::changed);
+        QVERIFY(writeKdeGlobals(config.path(), "[KDE]\nAnimationDurationFactor=0\n"));
+        QTRY_VERIFY(motion.isOn());
+        QVERIFY(writeKdeGlobals(config.path(), "[KDE]\nAnimationDurationFactor=1\n"));
+        QTRY_VERIFY(!motion.isOn());
+        QCOMPARE(changed.count(), 2);
+    }
+
+    // The portal over a bus of the test's own: its answer wins over the local file, and its change
+    // signal is followed.
+    void followsThePortal()
+    {
+        const QString daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
+        if (daemon.isEmpty())
+            QSKIP("dbus-daemon is not installed");
+        QProcess bus;
+        bus.start(daemon, { u"--session"_s, u"--nofork"_s, u"--print-address"_s });
+        QVERIFY(bus.waitForReadyRead(5000));
+        const QString address = QString::fromUtf8(bus.readLine()).trimmed();
+        auto cleanup = qScopeGuard([&] {
+            QDBusConnection::disconnectFromBus(u"portal"_s);
+            QDBusConnection::disconnectFromBus(u"app"_s);
+            bus.kill();
+            bus.waitForFinished();
+        });
+
+        FakePortal portal;
+        portal.groups[u"org.gnome.desktop.interface"_s][u"enable-animations"_s] = false;
+        QDBusConnection portalSide = QDBusConnection::connectToBus(address, u"portal"_s);
+        QVERIFY(portalSide.registerService(u"org.freedesktop.portal.Desktop"_s));
+        QVERIFY(portalSide.registerObject(u"/org/freedesktop/portal/desktop"_s, &portal, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
+
+        QTemporaryDir config;
+        QVERIFY(writeKdeGlobals(config.path(), "[KDE]\nAnimationDurationFactor=1\n"));
+        ReduceMotion motion(QDBusConnection::connectToBus(address, u"app"_s), config.path());
+        QTRY_VERIFY(motion.isOn());
+
+        Q_EMIT portal.SettingChanged(u"org.gnome.desktop.interface"_s, u"enable-animations"_s, QDBusVariant(true));
+        QTRY_VERIFY(!motion.isOn());
+        // The file no longer counts once the portal has spoken.
+        QVERIFY(writeKdeGlobals(config.path(), "[KDE]\nAnimationDurationFactor=0\n"));
+        QTest::qWait(200);
+        QVERIFY(!motion.isOn());
+    }
+};
+
+QTEST_GUILESS_MAIN(ReduceMotionTest)
+#include "tst_reducemotion.moc"

@@ -248,7 +248,8 @@ void PetStageView::tick()
         m_hopClock.invalidate();
     const int breath = breathPixels(now);
     const int lift = hopPixels(now);
-    if (breath != m_shownBreath || lift != m_shownHop) {
+    const bool moved = breath != m_shownBreath || lift != m_shownHop;
+    if (moved) {
         m_shownBreath = breath;
         m_shownHop = lift;
         dirty = true;
@@ -261,6 +262,8 @@ void PetStageView::tick()
     }
     if (dirty)
         requestRedraw();
+    if (moved)
+        Q_EMIT drawnMoved();
     schedule();
 }
 
@@ -282,6 +285,23 @@ QRectF PetStageView::spriteRect() const
     return QRectF(left, bottom - size.height(), size.width(), size.height());
 }
 
+QRectF PetStageView::drawnSpriteRect() const
+{
+    const qreal dpr = scale();
+    QRectF rect = spriteRect();
+    rect.setTop(rect.top() - m_shownBreath / dpr - m_shownHop / dpr);
+    rect.setBottom(rect.bottom() - m_shownHop / dpr);
+    return rect;
+}
+
+QRectF PetStageView::figureRect() const
+{
+    QRectF rect = spriteRect();
+    const qreal breath = m_reduceMotion ? 0 : std::ceil(rect.height() * StageMotion::breathStretch);
+    rect.setTop(rect.top() - breath - StageMotion::hop().peak());
+    return rect;
+}
+
 bool PetStageView::isOnHer(QPointF point) const
 {
     return PassThrough::isOnHer(m_mask, spriteRect(), point);
@@ -298,10 +318,7 @@ QSGNode *PetStageView::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
         root->appendChildNode(root->currentOpacity);
     }
     QQuickWindow *w = window();
-    const qreal dpr = scale();
-    QRectF rect = spriteRect();
-    rect.setTop(rect.top() - m_shownBreath / dpr - m_shownHop / dpr);
-    rect.setBottom(rect.bottom() - m_shownHop / dpr);
+    QRectF rect = drawnSpriteRect();
     if (m_imageDirty && w) {
         m_imageDirty = false;
         delete root->previous;

@@ -10,6 +10,7 @@
 #include <QQuickItem>
 #include <QTimer>
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 
@@ -24,6 +25,8 @@ public:
     Keyframes(QList<qreal> times, QList<qreal> values, qreal duration, QEasingCurve easing, bool repeats);
 
     qreal duration() const { return m_duration; }
+    /// The largest value the curve reaches.
+    qreal peak() const { return *std::max_element(m_values.cbegin(), m_values.cend()); }
     bool repeats() const { return m_repeats; }
     /// The value `seconds` after the start (held at the last value once a one-shot curve ends).
     qreal value(qreal seconds) const;
@@ -87,6 +90,10 @@ public:
     bool isOnHer(QPointF point) const;
     /// Where the sprite's bitmap is drawn at rest, snapped to device pixels.
     QRectF spriteRect() const;
+    /// Where the bitmap is drawn this moment, lifted by the breath and the hop.
+    QRectF drawnSpriteRect() const;
+    /// The resting sprite with the room above it that her highest hop and deepest breath reach.
+    QRectF figureRect() const;
     const std::optional<PassThrough::AlphaMask> &mask() const { return m_mask; }
     qreal scale() const;
 
@@ -107,6 +114,8 @@ Q_SIGNALS:
     void pointerLeft();
     /// The shown bitmap, and with it the mask, changed.
     void contentsChanged();
+    /// A breath or a hop moved the drawn bitmap by a device pixel.
+    void drawnMoved();
 
 protected:
     QSGNode *updatePaintNode(QSGNode *old, UpdatePaintNodeData *) override;

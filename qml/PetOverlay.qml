@@ -25,6 +25,8 @@ Item {
         SpeechBubble {
             id: bubble
 
+            // Found by name where a desktop without a compositor needs her outline.
+            objectName: "bubble"
             model: overlay.model
             maxWidth: overlay.width - 12
             anchors.horizontalCenter: parent.horizontalCenter
@@ -53,6 +55,7 @@ Item {
     }
 
     TierTag {
+        objectName: "tag"
         model: overlay.model
         visible: overlay.percentTag
         anchors.horizontalCenter: parent.horizontalCenter

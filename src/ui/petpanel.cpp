@@ -20,6 +20,14 @@ PetPanel::PetPanel(QWindow *parent)
     setTitle(QStringLiteral("Yuzuha"));
     m_frameSize = size();
     m_stage->setSize(size());
+    // Under a Wayland compositor the window's rectangle, not its input shape, decides who gets a click.
+    m_crop = X11Desktop::isXwayland();
+    m_compositing = X11Desktop::compositorRunning();
+    // Without a compositor the clip follows every pixel her breath and hop move her by.
+    connect(m_stage, &PetStageView::drawnMoved, this, [this] {
+        if (!m_compositing)
+            updateSilhouette();
+    });
 }
 
 PetPanel::~PetPanel() = default;
@@ -37,6 +45,61 @@ void PetPanel::setOverlay(QQuickItem *overlay)
     overlay->setAcceptedMouseButtons(Qt::NoButton);
     overlay->setAcceptHoverEvents(false);
     overlay->setAcceptTouchEvents(false);
+    watchOverlayItem("bubble");
+    watchOverlayItem("tag");
+}
+
+void PetPanel::watchOverlayItem(const char *name)
+{
+    // The bubble and the tag change size with their text.
+    if (auto *item = m_overlay->findChild<QQuickItem *>(QLatin1StringView(name))) {
+        const auto changed = [this] {
+            if (!m_compositing)
+                updateSilhouette();
+        };
+        connect(item, &QQuickItem::widthChanged, this, changed);
+        connect(item, &QQuickItem::heightChanged, this, changed);
+    }
+}
+
+void PetPanel::updateShapes(const PassThrough::State &state)
+{
+    m_shapeState = state;
+    setInputRegion(PassThrough::inputRegion(state, m_stage->mask(), m_stage->spriteRect(), m_stage->scale()));
+    setDrawnPart(PassThrough::drawnPart(state, m_stage->figureRect()));
+    updateSilhouette();
+}
+
+void PetPanel::setCompositing(bool on)
+{
+    if (on == m_compositing)
+        return;
+    m_compositing = on;
+    updateSilhouette();
+}
+
+void PetPanel::updateSilhouette()
+{
+    if (m_compositing || !m_shapeState) {
+        setSilhouette(std::nullopt);
+        return;
+    }
+    QList<PassThrough::RoundedRect> rounded;
+    if (m_overlay) {
+        // Their frames in the scene without the bubble's pop-in scale: the clip is where they come to rest.
+        const auto frameOf = [this](const QQuickItem *item) { return QRectF(item->parentItem()->mapToItem(m_overlay, item->position()), item->size()); };
+        const auto *tag = m_overlay->findChild<QQuickItem *>(QStringLiteral("tag"));
+        if (tag && m_shapeState->percentTag)
+            rounded.append({ frameOf(tag), tag->property("radius").toReal() });
+        const auto *bubble = m_overlay->findChild<QQuickItem *>(QStringLiteral("bubble"));
+        if (bubble && m_shapeState->bubbleUp()) {
+            qreal radius = 0;
+            for (const QQuickItem *child : bubble->childItems())
+                radius = std::max(radius, child->property("radius").toReal());
+            rounded += PassThrough::bubbleOutline(frameOf(bubble), radius, bubble->property("tail").toReal());
+        }
+    }
+    setSilhouette(PassThrough::silhouette(m_stage->mask(), m_stage->drawnSpriteRect(), rounded, m_stage->scale()));
 }
 
 QRect PetPanel::coveredPart() const
@@ -180,4 +243,16 @@ void PetPanel::showEvent(QShowEvent *event)
     X11Desktop::setInitialState(this, X11Desktop::panelStates(m_allSpaces, flags().testFlag(Qt::WindowStaysOnTopHint)), m_allSpaces);
     QQuickWindow::showEvent(event);
     m_mapping = false;
+    m_justMapped = true;
+}
+
+void PetPanel::exposeEvent(QExposeEvent *event)
+{
+    QQuickWindow::exposeEvent(event);
+    if (!m_justMapped || !isExposed())
+        return;
+    m_justMapped = false;
+    // Some window managers (mutter) flag a window that did not take the focus at map for attention when it
+    // overlaps the focused one, and the shell then announces her. She never wants attention: take it back.
+    X11Desktop::requestState(this, "DEMANDS_ATTENTION", false);
 }

@@ -55,15 +55,23 @@ public:
     /// Clips what is shown to `deviceRegion` (device pixels of the frame), for a desktop that draws
     /// transparent pixels black; no region shows the whole window.
     void setSilhouette(const std::optional<QRegion> &deviceRegion);
+    /// Derives from `state` and the stage the regions that take the pointer, are drawn and are shown.
+    void updateShapes(const PassThrough::State &state);
+    /// Whether a compositor draws transparent pixels; without one the window is clipped to what is drawn.
+    void setCompositing(bool on);
+    bool compositing() const { return m_compositing; }
     /// Shows the window without activating it.
     void orderFront();
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;
+    void exposeEvent(QExposeEvent *event) override;
 
 private:
     void applyShapes();
+    void updateSilhouette();
+    void watchOverlayItem(const char *name);
     void placeWindow(QPoint frameTopLeft);
     QRegion toWindow(const QRegion &frameDevice) const;
 
@@ -77,4 +85,7 @@ private:
     std::optional<QRegion> m_silhouette;
     bool m_allSpaces = true;
     bool m_mapping = false;
+    bool m_justMapped = false;
+    bool m_compositing = true;
+    std::optional<PassThrough::State> m_shapeState;
 };

@@ -103,7 +103,8 @@ bool isXwayland()
 
 bool compositorRunning()
 {
-    return selectionOwned("_NET_WM_CM_S0");
+    // Off X11 transparency is the platform's business: count it as composited.
+    return !connection() || selectionOwned("_NET_WM_CM_S0");
 }
 
 bool xembedTrayRunning()

@@ -156,7 +156,7 @@ fi
 mkdir -p "$work/run"
 chmod 700 "$work/run"
 export XDG_RUNTIME_DIR="$work/run"
-dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" &
+dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" 2> "$work/dbus.log" &
 started $!
 within 50 '[ -s "$work/bus" ]' || fail "no session bus"
 export DBUS_SESSION_BUS_ADDRESS="unix:path=$work/run/bus"
@@ -179,7 +179,7 @@ EOF
 
 DISPLAY=$xwayland XAUTHORITY=$auth WAYLAND_DISPLAY=$socket XDG_SESSION_TYPE=wayland sh -c '
     export DISPLAY XAUTHORITY WAYLAND_DISPLAY XDG_SESSION_TYPE
-    env -u XDG_CONFIG_HOME -u QT_QUICK_BACKEND HOME="$1" TMPDIR="$1/tmp" XDG_RUNTIME_DIR="$1/run" QT_QPA_PLATFORM=xcb exec "$2"' sh "$home" "$app" \
+    exec env -u XDG_CONFIG_HOME -u QT_QUICK_BACKEND HOME="$1" TMPDIR="$1/tmp" XDG_RUNTIME_DIR="$1/run" QT_QPA_PLATFORM=xcb "$2"' sh "$home" "$app" \
     > "$work/yuzuha.log" 2>&1 &
 started $!
 pet=

@@ -20,6 +20,7 @@ PetPanel::PetPanel(QWindow *parent)
     setTitle(QStringLiteral("Yuzuha"));
     m_frameSize = size();
     m_stage->setSize(size());
+    m_stage->setMover([this] { return m_frameTopLeft; }, [this](QPoint topLeft) { moveFrame(topLeft); });
     // Under a Wayland compositor the window's rectangle, not its input shape, decides who gets a click.
     m_crop = X11Desktop::isXwayland();
     m_compositing = X11Desktop::compositorRunning();
@@ -108,9 +109,20 @@ QRect PetPanel::coveredPart() const
     return m_crop && !m_drawnPart.isEmpty() ? m_drawnPart & whole : whole;
 }
 
+QRect PetPanel::restingPart() const
+{
+    if (!m_shapeState)
+        return QRect(QPoint(0, 0), m_frameSize);
+    PassThrough::State resting = *m_shapeState;
+    resting.announcing = false;
+    resting.hovering = false;
+    return PassThrough::drawnPart(resting, m_stage->figureRect());
+}
+
 QRect PetPanel::frame() const
 {
-    return QRect(position() - coveredPart().topLeft(), m_frameSize);
+    // Kept here, not read back from the window: the window's position lags behind requests while its part changes.
+    return QRect(m_frameTopLeft, m_frameSize);
 }
 
 void PetPanel::setFrame(const QRect &frame)
@@ -145,6 +157,7 @@ void PetPanel::setDrawnPart(const QRect &part)
 
 void PetPanel::placeWindow(QPoint frameTopLeft)
 {
+    m_frameTopLeft = frameTopLeft;
     const QRect part = coveredPart();
     // The scene keeps the frame's layout; only the window's view onto it moves, so nothing on screen shifts.
     m_stage->setPosition(-part.topLeft());
@@ -232,6 +245,14 @@ void PetPanel::resizeEvent(QResizeEvent *event)
         if (m_overlay)
             m_overlay->setSize(m_frameSize);
     }
+}
+
+void PetPanel::moveEvent(QMoveEvent *event)
+{
+    QQuickWindow::moveEvent(event);
+    // A window that is the whole frame carries it wherever it is put (a window manager may place it too).
+    if (!m_crop)
+        m_frameTopLeft = position();
 }
 
 void PetPanel::showEvent(QShowEvent *event)

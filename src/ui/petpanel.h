@@ -43,6 +43,8 @@ public:
     void setDrawnPart(const QRect &part);
     /// The part of the frame the window covers (frame coordinates).
     QRect coveredPart() const;
+    /// Her figure and tag without the bubble (frame coordinates): what a panel must not cover.
+    QRect restingPart() const;
 
     /// Floats above other windows, or sits among them.
     void setKeepOnTop(bool on);
@@ -65,6 +67,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void exposeEvent(QExposeEvent *event) override;
 
@@ -77,6 +80,7 @@ private:
 
     PetStageView *m_stage;
     QQuickItem *m_overlay = nullptr;
+    QPoint m_frameTopLeft;
     QSize m_frameSize;
     bool m_crop = false;
     QRect m_drawnPart;

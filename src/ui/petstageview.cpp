@@ -376,7 +376,7 @@ void PetStageView::mousePressEvent(QMouseEvent *event)
     }
     event->accept();
     m_dragStartMouse = event->globalPosition();
-    m_dragStartOrigin = window() ? window()->position() : QPoint();
+    m_dragStartOrigin = m_origin ? m_origin() : window() ? window()->position() : QPoint();
     m_dragged = false;
     m_isDragging = true;
 }
@@ -391,7 +391,10 @@ void PetStageView::mouseMoveEvent(QMouseEvent *event)
         return;
     // Once begun, the drag follows the pointer exactly, also back inside the threshold.
     m_dragged = true;
-    window()->setPosition(m_dragStartOrigin + d.toPoint());
+    if (m_moveTo)
+        m_moveTo(m_dragStartOrigin + d.toPoint());
+    else
+        window()->setPosition(m_dragStartOrigin + d.toPoint());
 }
 
 void PetStageView::mouseReleaseEvent(QMouseEvent *event)

@@ -72,6 +72,12 @@ public:
 
     /// Where bitmaps come from (the sprites of the chosen outfit unless a test says otherwise).
     void setImageSource(ImageSource source) { m_source = std::move(source); }
+    /// Where a drag reads and puts the top-left of what it moves (the window's position unless told otherwise).
+    void setMover(std::function<QPoint()> origin, std::function<void(QPoint)> moveTo)
+    {
+        m_origin = std::move(origin);
+        m_moveTo = std::move(moveTo);
+    }
     /// Whether breathing, hop and fade are left out.
     void setReduceMotion(bool on) { m_reduceMotion = on; }
     bool reduceMotion() const { return m_reduceMotion; }
@@ -161,6 +167,8 @@ private:
 
     std::optional<QPointF> m_dragStartMouse;
     QPoint m_dragStartOrigin;
+    std::function<QPoint()> m_origin;
+    std::function<void(QPoint)> m_moveTo;
     bool m_dragged = false;
     bool m_isDragging = false;
 };

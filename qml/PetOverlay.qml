@@ -8,12 +8,11 @@ Item {
     id: overlay
 
     required property PetModel model
-    property bool percentTag: true
     // Off when the desktop asks for reduced motion: the bubble then appears and leaves at once.
     property bool animated: true
 
-    readonly property real bubbleBand: 92
-    readonly property real tagBand: 30
+    readonly property real bubbleBand: Dimensions.bubbleBand
+    readonly property real tagBand: Dimensions.tagBand
     readonly property bool bubbleUp: overlay.model.announcing || overlay.model.hovering
 
     Item {
@@ -57,7 +56,7 @@ Item {
     TierTag {
         objectName: "tag"
         model: overlay.model
-        visible: overlay.percentTag
+        visible: Preferences.percentTag
         anchors.horizontalCenter: parent.horizontalCenter
         y: overlay.height - overlay.tagBand + (overlay.tagBand - height) / 2
     }

@@ -9,16 +9,13 @@ Rectangle {
     id: view
 
     required property SessionListModel sessions
-
-    signal toggled(string sessionId)
-    signal followFullest
-    signal settingsRequested
-    signal hideRequested
+    // What the controls do: follow or let go, open the settings, hide her.
+    required property SessionsPopover popover
 
     readonly property color divider: Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.25)
 
-    width: 330
-    implicitWidth: 330
+    width: Dimensions.popoverWidth
+    implicitWidth: Dimensions.popoverWidth
     height: column.implicitHeight
     implicitHeight: column.implicitHeight
     color: Theme.machine
@@ -74,7 +71,7 @@ Rectangle {
 
                 TapHandler {
                     id: pillTap
-                    onTapped: view.followFullest()
+                    onTapped: view.popover.followFullest()
                 }
             }
         }
@@ -124,7 +121,7 @@ Rectangle {
 
             delegate: SessionRow {
                 width: ListView.view.width - 16
-                onToggled: id => view.toggled(id)
+                onToggled: id => view.popover.toggleSession(id)
             }
         }
 
@@ -145,13 +142,13 @@ Rectangle {
             FooterButton {
                 objectName: "settingsButton"
                 text: "Settings\u2026"
-                onClicked: view.settingsRequested()
+                onClicked: view.popover.openSettings()
             }
 
             FooterButton {
                 objectName: "hideButton"
                 text: "Hide Yuzuha"
-                onClicked: view.hideRequested()
+                onClicked: view.popover.hidePet()
             }
 
             Item {

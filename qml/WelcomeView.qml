@@ -8,6 +8,8 @@ import Yuzuha
 Rectangle {
     id: view
 
+    // The window manager that opened this window; its closing button hands back to it.
+    required property WindowManager windows
     readonly property bool anyGranted: FolderGrants.grantedIds.length > 0
     // The portrait shows the outfit she wears at the time the window is built.
     property string portraitSource
@@ -33,7 +35,7 @@ Rectangle {
             visible: portrait.status === Image.Ready
             Layout.alignment: Qt.AlignBottom
             Layout.preferredHeight: 360
-            Layout.preferredWidth: Math.round(360 * 427 / 1151)
+            Layout.preferredWidth: Math.round(360 * Dimensions.spriteAspect)
             source: view.portraitSource
             sourceSize.height: Math.ceil(360 * Screen.devicePixelRatio)
             fillMode: Image.PreserveAspectFit
@@ -128,7 +130,7 @@ Rectangle {
                     objectName: "closingButton"
                     text: view.anyGranted ? "Start the day" : "Later"
                     prominent: view.anyGranted
-                    onClicked: WindowManager.finishWelcome()
+                    onClicked: view.windows.finishWelcome()
                 }
             }
         }

@@ -3,8 +3,7 @@
 // Helpers for tests that drive the QML views the way a person does: find a control by its
 // objectName, scroll it into view and click it through the window.
 
-#include "fonts.h"
-#include "preferences.h"
+#include "application.h"
 
 #include <QFile>
 #include <QQuickItem>
@@ -14,14 +13,16 @@
 
 namespace QuickDriver
 {
-/// Points the shared singletons at `configFolder` and empty settings, never the user's own
-/// settings or autostart entries, and loads the bundled faces.
-inline void useScratchConfig(const QString &configFolder)
+/// The program's objects over empty settings, a home folder and an autostart folder in `folder`,
+/// never the user's own.
+inline std::unique_ptr<Application> scratchApplication(const QString &folder)
 {
     QStandardPaths::setTestModeEnabled(true);
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(configFolder));
-    Preferences::shared()->defaults().clear();
-    Fonts::registerAll();
+    Application::Environment environment;
+    environment.store = std::make_unique<QSettings>(folder + QStringLiteral("/Yuzuha.conf"), QSettings::IniFormat);
+    environment.home = folder + QStringLiteral("/home");
+    environment.loginItem = LoginItem(folder + QStringLiteral("/autostart"), QStringLiteral("/opt/yuzuha/bin/yuzuha"));
+    return std::make_unique<Application>(std::move(environment));
 }
 
 // Every item below `root` in the visual tree, which also holds what Repeaters and Loaders create.

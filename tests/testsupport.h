@@ -73,11 +73,11 @@ inline Session session(const QString &project, std::optional<qint64> tokens = 84
     return Session { u"/logs/"_s + project + u".jsonl"_s, Provider::claude, project, tokens, window, lastActivity.addSecs(-3'600), lastActivity };
 }
 
-/// A watcher reading the agent folders below `home` and its settings from `settingsFile`.
-inline SessionWatcher::Config watcherConfig(const QString &home, const QString &settingsFile, SessionScan::Clock clock = {})
+/// A watcher reading the agent folders below `home`.
+inline SessionWatcher::Config watcherConfig(const QString &home, SessionScan::Clock clock = {})
 {
     auto snapshots = std::make_shared<const QList<FleetAccess::Snapshot>>(FleetAccess::directSnapshots(home));
-    return { [snapshots] { return snapshots; }, settingsFile, QSettings::IniFormat, std::move(clock), [](qsizetype, qsizetype) {} };
+    return { [snapshots] { return snapshots; }, std::move(clock), [](qsizetype, qsizetype) {} };
 }
 
 /// Plays the user: answers the chooser with the next scripted pick (none = cancel) and the alert with the next answer.

@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -179,7 +180,7 @@ private Q_SLOTS:
         for (int i = 0; i < 13; ++i)
             writeLog(u".claude/projects/-a-many/s%1.jsonl"_s.arg(i), claudeTokens(1'000 * (i + 1)), 1'000 + i * 30);
         const QJsonArray listed = this->listed();
-        SessionWatcher watcher(watcherConfig(home(), settingsFile()));
+        SessionWatcher watcher(watcherConfig(home()));
         QSignalSpy finished(&watcher, &SessionWatcher::passFinished);
         watcher.start();
         QVERIFY(finished.wait(10'000));

@@ -30,21 +30,12 @@ class TestFleetAccess : public QObject
     std::unique_ptr<QSettings> store() const { return std::make_unique<QSettings>(m_dir.filePath(u"settings.ini"_s), QSettings::IniFormat); }
 
 private Q_SLOTS:
-    // Runs first, before any instance exists in this process.
-    void beforeAnyInstance()
-    {
-        QVERIFY(!FleetAccess::direct());
-        QVERIFY(FleetAccess::snapshots());
-        QVERIFY(FleetAccess::snapshots()->isEmpty());
-    }
-
     void launchGrantsEverythingDirectly()
     {
         auto settings = store();
         FleetAccess gate(home(), settings.get());
-        QVERIFY(FleetAccess::direct());
         QCOMPARE(gate.grantedIdList(), (QStringList { u"claude"_s, u"codex"_s }));
-        const auto snapshots = FleetAccess::snapshots();
+        const auto snapshots = gate.snapshots();
         QCOMPARE(snapshots->size(), 2);
         QCOMPARE(snapshots->at(0), (FleetAccess::Snapshot { home() + u"/.claude/projects"_s, home() + u"/.claude/projects"_s, u"CLAUDE"_s }));
         QCOMPARE(snapshots->at(1), (FleetAccess::Snapshot { home() + u"/.codex/sessions"_s, home() + u"/.codex/sessions"_s, u"CODEX"_s }));
@@ -94,15 +85,15 @@ private Q_SLOTS:
             settings->setValue(FleetAccess::bookmarksKey.toString(), stored);
         FleetAccess gate(home(), settings.get());
         QSignalSpy changed(&gate, &FleetAccess::grantedIdsChanged);
-        const auto before = FleetAccess::snapshots();
+        const auto before = gate.snapshots();
 
         gate.revoke(codex());
 
         QCOMPARE(changed.size(), 1);
         QCOMPARE(gate.grantedIds(), QSet<QString> { u"claude"_s });
         QCOMPARE(before->size(), 2); // a reader holding the old list keeps it whole
-        QCOMPARE(FleetAccess::snapshots()->size(), 1);
-        QCOMPARE(FleetAccess::snapshots()->at(0).provider, u"CLAUDE"_s);
+        QCOMPARE(gate.snapshots()->size(), 1);
+        QCOMPARE(gate.snapshots()->at(0).provider, u"CLAUDE"_s);
         QSettings reread(m_dir.filePath(u"settings.ini"_s), QSettings::IniFormat);
         QVERIFY(reread.contains(FleetAccess::bookmarksKey.toString()));
         QCOMPARE(reread.value(FleetAccess::bookmarksKey.toString()).toMap(), left);
@@ -126,7 +117,7 @@ private Q_SLOTS:
             u"Let Yuzuha read how full your Codex sessions are. She reads the token counts in ~/.codex/sessions and nothing leaves your Mac. | Allow"_s);
         QCOMPARE(changed.size(), 1);
         QCOMPARE(gate.grantedIds(), (QSet<QString> { u"claude"_s, u"codex"_s }));
-        const auto snapshots = FleetAccess::snapshots();
+        const auto snapshots = gate.snapshots();
         QCOMPARE(snapshots->size(), 2);
         QCOMPARE(snapshots->at(1), (FleetAccess::Snapshot { home(), home() + u"/.codex/sessions"_s, u"CODEX"_s }));
     }
@@ -171,7 +162,7 @@ private Q_SLOTS:
             QCOMPARE(user->alerts.first(),
                 u"That is not where Claude Code writes | Choose ~/.claude/projects, or a folder above it. Yuzuha cannot read anywhere else, so any other pick would leave it seeing nothing. | Choose Again,Cancel"_s);
         QCOMPARE(gate.grantedIds().contains(u"claude"_s), granted);
-        QCOMPARE(FleetAccess::snapshots()->size(), granted ? 2 : 1);
+        QCOMPARE(gate.snapshots()->size(), granted ? 2 : 1);
     }
 };
 

@@ -1,8 +1,7 @@
 // She on a real X server: started by pet_e2e.sh under its own Xvfb with a scratch home that holds
 // one Claude Code session at 46 %. Placement, pass-through and dragging are checked from outside
 // with xdotool and xwininfo; what she shows is read from the program's own state.
-#include "fleetaccess.h"
-#include "fonts.h"
+#include "application.h"
 #include "petcontroller.h"
 #include "petmodel.h"
 #include "petpanel.h"
@@ -88,6 +87,7 @@ class TestPetOnX11 : public QObject
     Q_OBJECT
 
     Beneath m_beneath;
+    std::unique_ptr<Application> m_app;
     PetController *m_pet = nullptr;
 
     // A point of her sprite, in screen coordinates, inside a 3 × 3 block whose alpha is all above (or all
@@ -120,14 +120,14 @@ private Q_SLOTS:
         m_beneath.show();
         QVERIFY(QTest::qWaitForWindowExposed(&m_beneath));
 
-        // The program's own start-up order.
-        Fonts::registerAll();
-        FleetAccess::shared();
-        // The shared gate reads the account's home from the user database; point the sweep at the scratch home instead.
-        new FleetAccess(QDir::homePath(), &Preferences::shared()->defaults(), this);
-        SessionWatcher::shared()->start();
-        m_pet = PetController::shared();
-        m_pet->showOnLaunch();
+        // The program's own objects and start-up. The program reads the account's home from the user
+        // database; point the sweep at the scratch home instead, and leave the welcome window out.
+        Application::Environment environment = Application::userEnvironment();
+        environment.home = QDir::homePath();
+        environment.store->setValue(Preferences::hasSeenWelcomeKey.toString(), true);
+        m_app = std::make_unique<Application>(std::move(environment));
+        m_app->launch();
+        m_pet = m_app->pet();
         QVERIFY(QTest::qWaitForWindowExposed(m_pet->panel()));
     }
 
@@ -188,7 +188,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_pet->panel()->position(), before + d);
         const QRect primary = QGuiApplication::primaryScreen()->geometry();
         const QString expected = PetController::formatOrigin(m_pet->panel()->geometry(), primary.y() + primary.height());
-        QTRY_COMPARE(Preferences::shared()->defaults().value(u"petOrigin"_s).toString(), expected);
+        QTRY_COMPARE(m_app->preferences()->defaults().value(u"petOrigin"_s).toString(), expected);
     }
 
     void newUsageChangesHerTier()
@@ -209,8 +209,8 @@ private Q_SLOTS:
             { 188'000, O::halloween, "halloween-100" }, { 20'000, O::frieren, "frieren-16" } };
         for (const auto &[cacheRead, outfit, name] : poses) {
             QVERIFY(appendUsage(cacheRead));
-            Preferences::shared()->setOutfit(outfit);
-            SessionWatcher::shared()->refresh();
+            m_app->preferences()->setOutfit(outfit);
+            m_app->watcher()->refresh();
             QTest::qWait(1500);
             m_pet->announce(7);
             QTest::qWait(600);

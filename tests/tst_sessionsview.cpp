@@ -1,3 +1,4 @@
+#include "dimensions.h"
 #include "quickdriver.h"
 #include "sessionlistmodel.h"
 #include "sessionspopover.h"
@@ -31,7 +32,7 @@ struct Hosted {
     {
         view.engine()->addImportPath(u"qrc:/qt/qml"_s);
         view.setResizeMode(QQuickView::SizeViewToRootObject);
-        view.setInitialProperties({ { u"sessions"_s, QVariant::fromValue(&model) } });
+        view.setInitialProperties({ { u"sessions"_s, QVariant::fromValue(&model) }, { u"popover"_s, QVariant::fromValue<SessionsPopover *>(nullptr) } });
         view.setSource(QUrl(u"qrc:/qt/qml/Yuzuha/SessionsView.qml"_s));
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
@@ -178,7 +179,7 @@ private Q_SLOTS:
     void edge()
     {
         QFETCH(QRect, panel);
-        QTEST(SessionsPopover::edgeFor(panel, QRect(0, 0, 1280, 800)), "edge");
+        QTEST(Dimensions::popoverEdge(panel, QRect(0, 0, 1280, 800)), "edge");
     }
 
     void placement_data()
@@ -186,7 +187,7 @@ private Q_SLOTS:
         QTest::addColumn<QRect>("anchor");
         QTest::addColumn<Qt::Edge>("edge");
         QTest::addColumn<QRect>("expected");
-        const int g = SessionsPopover::gap;
+        const int g = Dimensions::popoverGap;
         QTest::addRow("left of her, centred on her") << QRect(1100, 300, 93, 250) << Qt::LeftEdge << QRect(1100 - g - 330, 325, 330, 200);
         QTest::addRow("right of her") << QRect(100, 300, 93, 250) << Qt::RightEdge << QRect(193 + g, 325, 330, 200);
         QTest::addRow("kept above the bottom edge") << QRect(100, 700, 93, 250) << Qt::RightEdge << QRect(193 + g, 600, 330, 200);
@@ -207,13 +208,17 @@ private Q_SLOTS:
         const QString shopLog = dir.filePath(u".claude/projects/-home-u/one.jsonl"_s);
         TestSupport::writeFile(shopLog, TestSupport::claudeTokens(60'000, "m", "/home/u/shop") + '\n');
         TestSupport::writeFile(dir.filePath(u".claude/projects/-home-u/two.jsonl"_s), TestSupport::claudeTokens(150'000, "m", "/home/u/web") + '\n');
-        SessionWatcher watcher(TestSupport::watcherConfig(dir.path(), dir.filePath(u"settings.ini"_s)));
+        SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         QSignalSpy published(&watcher, &SessionWatcher::sessionsChanged);
         watcher.start();
         QVERIFY(published.wait(5'000));
 
-        auto *popover = new SessionsPopover(&watcher, nullptr, QRect(900, 300, 93, 250));
-        QPointer<SessionsPopover> guard(popover);
+        QQmlEngine engine;
+        engine.addImportPath(u"qrc:/qt/qml"_s);
+        SessionsPopover host(&watcher, &engine);
+        SessionsPopover *popover = &host;
+        popover->toggle(nullptr, QRect(900, 300, 93, 250));
+        QPointer<QQuickView> guard(popover->window());
         QQuickView *window = popover->window();
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QCOMPARE(popover->model()->rowCount(), 2);
@@ -247,6 +252,7 @@ private Q_SLOTS:
         QTest::mousePress(window, Qt::LeftButton, {}, QPoint(-20, 10));
         QCOMPARE(closed.size(), 1);
         QVERIFY(hiddenWhenClosed);
+        QVERIFY(!popover->isShown());
         QTRY_VERIFY(guard.isNull());
     }
 };

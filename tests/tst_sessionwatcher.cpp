@@ -40,7 +40,7 @@ class TestSessionWatcher : public QObject
     TestClock m_clock;
     SessionScan scan()
     {
-        return SessionScan(watcherConfig(home(), {}).snapshots, m_clock.clock(), [](qsizetype, qsizetype) {});
+        return SessionScan(watcherConfig(home()).snapshots, m_clock.clock(), [](qsizetype, qsizetype) {});
     }
     /// Writes a log below the home folder, dated `ageMs` before the epoch.
     QString writeLog(const QString &relative, const QByteArray &bytes, qint64 ageMs)
@@ -265,7 +265,7 @@ private Q_SLOTS:
         writeLog(u".codex/sessions/s.jsonl"_s, codexTokens(1'000, std::nullopt), minute);
         QStringList lines;
         const SystemLog::Capture capture([&lines](const QString &category, const QString &message) { lines.append(category + u": "_s + message); });
-        SessionScan(watcherConfig(home(), {}).snapshots, m_clock.clock()).pass(0);
+        SessionScan(watcherConfig(home()).snapshots, m_clock.clock()).pass(0);
         QCOMPARE(lines, QStringList { u"journals: journal sweep: 2 sessions across 2 folders"_s });
     }
 
@@ -273,8 +273,7 @@ private Q_SLOTS:
     void watcherPublishesOnlyChanges()
     {
         writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(50'000), minute);
-        const QString settingsFile = m_dir->filePath(u"settings.ini"_s);
-        SessionWatcher watcher(watcherConfig(home(), settingsFile, m_clock.clock()));
+        SessionWatcher watcher(watcherConfig(home(), m_clock.clock()));
         QSignalSpy changed(&watcher, &SessionWatcher::sessionsChanged);
         QSignalSpy finished(&watcher, &SessionWatcher::passFinished);
 
@@ -288,8 +287,8 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 2, 5'000);
         QCOMPARE(changed.size(), 1); // same list: nobody is told
 
-        // A new bedtime in the store is read by the worker at the next pass.
-        QSettings(settingsFile, QSettings::IniFormat).setValue(u"bedtimeTokens"_s, 100'000);
+        // A new bedtime goes with the next pass.
+        watcher.setBedtime(100'000);
         watcher.refresh();
         QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 3, 5'000);
         QCOMPARE(changed.size(), 2);

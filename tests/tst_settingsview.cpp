@@ -26,12 +26,6 @@ const FleetFolder &folder(const QString &id)
     qFatal("unknown folder");
 }
 
-// Without grants the watcher's passes have nothing to read, so clicking never reaches real logs.
-void revokeAll()
-{
-    for (const FleetFolder &known : FleetAccess::folders())
-        FleetAccess::shared()->revoke(known);
-}
 } // namespace
 
 class SettingsViewTest : public QObject
@@ -39,7 +33,15 @@ class SettingsViewTest : public QObject
     Q_OBJECT
 
     QTemporaryDir m_config;
+    std::unique_ptr<Application> m_app;
     QQuickView *m_view = nullptr;
+
+    // Without grants the watcher's passes have nothing to read, so clicking never reaches real logs.
+    void revokeAll()
+    {
+        for (const FleetFolder &known : FleetAccess::folders())
+            m_app->access()->revoke(known);
+    }
 
     QQuickItem *item(const QString &name) const
     {
@@ -53,22 +55,23 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_config.isValid());
-        QuickDriver::useScratchConfig(m_config.path());
+        m_app = QuickDriver::scratchApplication(m_config.path());
         revokeAll();
-        WindowManager::shared()->showSettings();
-        m_view = WindowManager::shared()->settings();
+        m_app->windows()->showSettings();
+        m_view = m_app->windows()->settings();
         QVERIFY(m_view);
         QCOMPARE(m_view->status(), QQuickView::Ready);
     }
+    void cleanupTestCase() { m_app.reset(); }
     void init()
     {
-        FolderGrants::shared()->setDirect(true);
+        m_app->grants()->setDirect(true);
         QVERIFY(QTest::qWaitForWindowExposed(m_view));
     }
     void cleanup()
     {
         revokeAll();
-        FleetAccess::shared()->setPrompt(nullptr);
+        m_app->access()->setPrompt(nullptr);
     }
 
     void switchWritesItsSetting_data()
@@ -81,7 +84,7 @@ private Q_SLOTS:
     void switchWritesItsSetting()
     {
         QFETCH(QString, property);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         QQuickItem *control = item(property + u"Switch"_s);
         QVERIFY(control);
         QQuickItem *knob = control->findChild<QQuickItem *>(u"knob"_s);
@@ -121,7 +124,7 @@ private Q_SLOTS:
     {
         QFETCH(Preferences::Size, size);
         QFETCH(Preferences::Size, picked);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         QQuickItem *pills = item(u"sizePills"_s);
         QVERIFY(pills);
 
@@ -165,7 +168,7 @@ private Q_SLOTS:
     {
         QFETCH(Preferences::Outfit, from);
         QFETCH(Preferences::Outfit, to);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         prefs->setOutfit(from);
         QSignalSpy written(prefs, &Preferences::outfitChanged);
 
@@ -177,8 +180,9 @@ private Q_SLOTS:
         QCOMPARE(prefs->defaults().value(u"outfit"_s).toString(), Preferences::rawValue(to));
 
         // Exactly one card carries the heavy outline, and assistive tools hear which.
-        for (const Preferences::Outfit outfit : Preferences::allOutfits) {
-            QQuickItem *each = item(u"tile_"_s + Preferences::rawValue(outfit));
+        for (const Preferences::OutfitName &name : Preferences::outfits) {
+            const Preferences::Outfit outfit = name.outfit;
+            QQuickItem *each = item(u"tile_"_s + name.raw.toString());
             const bool selected = each->property("selected").toBool();
             QCOMPARE(selected, outfit == to);
             const QObject *pen = each->findChild<QQuickItem *>(u"outline"_s)->property("border").value<QObject *>();
@@ -202,7 +206,7 @@ private Q_SLOTS:
     // A count written by hand selects no row; each click writes its count, selects only its row and asks for a fresh pass.
     void bedtimeRows()
     {
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         prefs->setBedtime(123);
         const auto selected = [this] {
             QList<int> rows;
@@ -214,7 +218,7 @@ private Q_SLOTS:
             return rows;
         };
         QCOMPARE(selected(), QList<int>());
-        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
+        QSignalSpy refreshed(m_app->watcher(), &SessionWatcher::refreshRequested);
         for (const auto &[row, tokens] : { std::pair { 2, qint64(400'000) }, std::pair { 1, qint64(200'000) }, std::pair { 0, qint64(0) } }) {
             click(item(u"bedtime_%1"_s.arg(row)));
             QCOMPARE(prefs->bedtime(), tokens);
@@ -226,7 +230,7 @@ private Q_SLOTS:
 
     void loginSwitchShowsTheRegistration()
     {
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         QQuickItem *login = item(u"openAtLoginSwitch"_s);
         const QString entry = m_config.filePath(u"autostart/yuzuha.desktop"_s);
         prefs->setOpenAtLogin(false);
@@ -251,7 +255,7 @@ private Q_SLOTS:
 
         QQuickItem *login = item(u"openAtLoginSwitch"_s);
         click(login);
-        QVERIFY(!Preferences::shared()->openAtLogin());
+        QVERIFY(!m_app->preferences()->openAtLogin());
         QCOMPARE(login->property("isOn").toBool(), false);
         QVERIFY(QFile::remove(folder));
     }
@@ -272,10 +276,10 @@ private Q_SLOTS:
         QFETCH(bool, direct);
         QFETCH(bool, granted);
         QFETCH(QStringList, shown);
-        FolderGrants::shared()->setDirect(direct);
+        m_app->grants()->setDirect(direct);
         for (const FleetFolder &known : FleetAccess::folders()) {
             if (granted)
-                FleetAccess::shared()->store(FleetAccess::shared()->home(), known);
+                m_app->access()->store(m_app->access()->home(), known);
             QQuickItem *row = item(u"folder_"_s + known.id);
             QVERIFY(row);
             QStringList visible;
@@ -289,34 +293,34 @@ private Q_SLOTS:
 
     void removeRevokesAndRefreshes()
     {
-        FolderGrants::shared()->setDirect(false);
-        FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"codex"_s));
-        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
+        m_app->grants()->setDirect(false);
+        m_app->access()->store(m_app->access()->home(), folder(u"codex"_s));
+        QSignalSpy refreshed(m_app->watcher(), &SessionWatcher::refreshRequested);
         QQuickItem *row = item(u"folder_codex"_s);
 
         click(find(row, u"removeButton"_s));
-        QVERIFY(!FleetAccess::shared()->grantedIds().contains(u"codex"_s));
+        QVERIFY(!m_app->access()->grantedIds().contains(u"codex"_s));
         QCOMPARE(refreshed.size(), 1);
         QVERIFY(find(row, u"allowButton"_s) && !find(row, u"allowedBadge"_s));
     }
 
     void allowOpensTheChooserAtTheFolder()
     {
-        FolderGrants::shared()->setDirect(false);
+        m_app->grants()->setDirect(false);
         // The user cancels: nothing is granted, and the watcher is still asked to look again.
         auto prompt = std::make_unique<TestSupport::ScriptedPrompt>();
         const QStringList &startFolders = prompt->startFolders;
-        FleetAccess::shared()->setPrompt(std::move(prompt));
-        QSignalSpy refreshed(SessionWatcher::shared(), &SessionWatcher::refreshRequested);
+        m_app->access()->setPrompt(std::move(prompt));
+        QSignalSpy refreshed(m_app->watcher(), &SessionWatcher::refreshRequested);
         QQuickItem *row = item(u"folder_claude"_s);
 
         click(find(row, u"allowButton"_s));
-        QCOMPARE(startFolders, QStringList { FleetAccess::shared()->home() + u"/.claude/projects"_s });
-        QVERIFY(FleetAccess::shared()->grantedIds().isEmpty());
+        QCOMPARE(startFolders, QStringList { m_app->access()->home() + u"/.claude/projects"_s });
+        QVERIFY(m_app->access()->grantedIds().isEmpty());
         QCOMPARE(refreshed.size(), 1);
 
         // A grant arriving from anywhere turns the button into the badge.
-        FleetAccess::shared()->store(FleetAccess::shared()->home(), folder(u"claude"_s));
+        m_app->access()->store(m_app->access()->home(), folder(u"claude"_s));
         QVERIFY(find(row, u"allowedBadge"_s) && !find(row, u"allowButton"_s));
     }
 };

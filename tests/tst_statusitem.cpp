@@ -1,10 +1,8 @@
 #include "statusitemcontroller.h"
 #include "testsupport.h"
 #include "theme.h"
-#include "windowmanager.h"
 
 #include <QMenu>
-#include <QQuickView>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QSystemTrayIcon>
@@ -52,7 +50,7 @@ QAction *itemFor(const QMenu &menu, const QString &id)
 // A watcher over a folder of our own, never the user's logs or settings.
 SessionWatcher::Config configFor(const QTemporaryDir &dir)
 {
-    return TestSupport::watcherConfig(dir.path(), dir.filePath(u"settings.ini"_s));
+    return TestSupport::watcherConfig(dir.path());
 }
 } // namespace
 
@@ -124,8 +122,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         SessionWatcher watcher(configFor(dir));
-        StatusItemController controller(&watcher);
-        QCOMPARE(StatusItemController::shared(), &controller);
+        StatusItemController controller(&watcher, nullptr, nullptr, {});
 
         const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
         const auto open = [&] { StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), true, true }); };
@@ -162,16 +159,15 @@ private Q_SLOTS:
         // Without a main window the menu is the only place Ctrl+, can reach the settings from.
         QTemporaryDir dir;
         SessionWatcher watcher(configFor(dir));
-        StatusItemController controller(&watcher);
+        StatusItemController controller(&watcher, nullptr, nullptr, {});
+        QSignalSpy settings(&controller, &StatusItemController::settingsRequested);
         QMenu *menu = controller.menu();
         StatusItemController::populate(menu, State {});
         menu->popup(QPoint(10, 10));
         QVERIFY(QTest::qWaitForWindowExposed(menu));
-        QVERIFY(!WindowManager::shared()->settings());
 
         QTest::keyClick(menu, Qt::Key_Comma, Qt::ControlModifier);
-        QVERIFY(WindowManager::shared()->settings());
-        QTRY_VERIFY(WindowManager::shared()->settings()->isVisible());
+        QCOMPARE(settings.size(), 1);
         QVERIFY(!menu->isVisible());
     }
 
@@ -235,7 +231,7 @@ private Q_SLOTS:
         QVERIFY(!write(150'000).isEmpty());
 
         SessionWatcher watcher(configFor(dir));
-        StatusItemController controller(&watcher);
+        StatusItemController controller(&watcher, nullptr, nullptr, {});
         QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha"_s);
         const qint64 emptyIcon = controller.trayIcon()->icon().cacheKey();
 

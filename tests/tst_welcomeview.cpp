@@ -12,56 +12,55 @@ using namespace Qt::StringLiterals;
 using QuickDriver::click;
 using QuickDriver::find;
 
-namespace
-{
-void grantOnly(const QStringList &ids)
-{
-    FleetAccess *access = FleetAccess::shared();
-    for (const FleetFolder &folder : FleetAccess::folders()) {
-        if (ids.contains(folder.id))
-            access->store(access->home(), folder);
-        else
-            access->revoke(folder);
-    }
-}
-
-QQuickView *welcome()
-{
-    WindowManager::shared()->showWelcome();
-    QQuickView *view = WindowManager::shared()->welcome();
-    if (view)
-        std::ignore = QTest::qWaitForWindowExposed(view);
-    return view;
-}
-
-// Drops the welcome window the way its own button does, so the next test builds a fresh one.
-void forgetWelcome()
-{
-    QPointer<QQuickView> old = WindowManager::shared()->welcome();
-    if (!old)
-        return;
-    WindowManager::shared()->finishWelcome();
-    QTRY_VERIFY(old.isNull());
-}
-} // namespace
-
 class WelcomeViewTest : public QObject
 {
     Q_OBJECT
 
     QTemporaryDir m_config;
+    std::unique_ptr<Application> m_app;
+
+    void grantOnly(const QStringList &ids)
+    {
+        FleetAccess *access = m_app->access();
+        for (const FleetFolder &folder : FleetAccess::folders()) {
+            if (ids.contains(folder.id))
+                access->store(access->home(), folder);
+            else
+                access->revoke(folder);
+        }
+    }
+
+    QQuickView *welcome()
+    {
+        m_app->windows()->showWelcome();
+        QQuickView *view = m_app->windows()->welcome();
+        if (view)
+            std::ignore = QTest::qWaitForWindowExposed(view);
+        return view;
+    }
+
+    // Drops the welcome window the way its own button does, so the next test builds a fresh one.
+    void forgetWelcome()
+    {
+        QPointer<QQuickView> old = m_app->windows()->welcome();
+        if (!old)
+            return;
+        m_app->windows()->finishWelcome();
+        QTRY_VERIFY(old.isNull());
+    }
 
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_config.isValid());
-        QuickDriver::useScratchConfig(m_config.path());
+        m_app = QuickDriver::scratchApplication(m_config.path());
     }
+    void cleanupTestCase() { m_app.reset(); }
     void init()
     {
-        FolderGrants::shared()->setDirect(true);
+        m_app->grants()->setDirect(true);
         grantOnly({});
-        Preferences::shared()->defaults().remove(Preferences::hasSeenWelcomeKey.toString());
+        m_app->preferences()->defaults().remove(Preferences::hasSeenWelcomeKey.toString());
     }
     void cleanup()
     {
@@ -84,7 +83,7 @@ private Q_SLOTS:
         QFETCH(bool, direct);
         QFETCH(QStringList, granted);
         QFETCH(QString, title);
-        FolderGrants::shared()->setDirect(direct);
+        m_app->grants()->setDirect(direct);
         grantOnly(granted);
         QQuickView *view = welcome();
         QVERIFY(view);
@@ -112,7 +111,7 @@ private Q_SLOTS:
     void closingButtonFinishesTheWelcome()
     {
         QFETCH(bool, byKeyboard);
-        Preferences *prefs = Preferences::shared();
+        Preferences *prefs = m_app->preferences();
         prefs->setPetVisible(false);
         QPointer<QQuickView> view = welcome();
         QVERIFY(view);
@@ -124,7 +123,7 @@ private Q_SLOTS:
         }
         QVERIFY(prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool());
         QVERIFY(prefs->petVisible());
-        QVERIFY(!WindowManager::shared()->welcome());
+        QVERIFY(!m_app->windows()->welcome());
         QTRY_VERIFY(view.isNull());
         // The next welcome is a new window with a new view.
         QQuickView *next = welcome();
@@ -136,18 +135,18 @@ private Q_SLOTS:
     {
         QQuickView *view = welcome();
         view->close();
-        QVERIFY(!Preferences::shared()->defaults().contains(Preferences::hasSeenWelcomeKey.toString()));
-        QCOMPARE(WindowManager::shared()->welcome(), view);
+        QVERIFY(!m_app->preferences()->defaults().contains(Preferences::hasSeenWelcomeKey.toString()));
+        QCOMPARE(m_app->windows()->welcome(), view);
     }
 
     void portraitWearsTheOutfitOfWhenItWasBuilt()
     {
-        Preferences::shared()->setOutfit(Preferences::Outfit::frieren);
+        m_app->preferences()->setOutfit(Preferences::Outfit::frieren);
         QQuickItem *portrait = find(welcome()->rootObject(), u"portrait"_s);
         QVERIFY(portrait);
         QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
         QCOMPARE(portrait->height(), 360.0);
-        Preferences::shared()->setOutfit(Preferences::Outfit::hero);
+        m_app->preferences()->setOutfit(Preferences::Outfit::hero);
         QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
     }
 };

@@ -1,7 +1,5 @@
-#include "fleetaccess.h"
 #include "qmlregistration.h"
 #include "quickdriver.h"
-#include "sessionwatcher.h"
 #include "windowmanager.h"
 
 #include <QQmlComponent>
@@ -12,32 +10,31 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-QQuickView *show(const QString &kind)
-{
-    WindowManager *manager = WindowManager::shared();
-    if (kind == u"welcome") {
-        manager->showWelcome();
-        return manager->welcome();
-    }
-    manager->showSettings();
-    return manager->settings();
-}
-} // namespace
-
 class WindowManagerTest : public QObject
 {
     Q_OBJECT
 
     QTemporaryDir m_config;
+    std::unique_ptr<Application> m_app;
+
+    QQuickView *show(const QString &kind)
+    {
+        WindowManager *manager = m_app->windows();
+        if (kind == u"welcome") {
+            manager->showWelcome();
+            return manager->welcome();
+        }
+        manager->showSettings();
+        return manager->settings();
+    }
 
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_config.isValid());
-        QuickDriver::useScratchConfig(m_config.path());
+        m_app = QuickDriver::scratchApplication(m_config.path());
     }
+    void cleanupTestCase() { m_app.reset(); }
 
     void window_data()
     {
@@ -91,24 +88,18 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("expression");
         QTest::addColumn<QVariant>("expected");
-        Preferences::shared()->setBedtime(200'000);
-        SessionWatcher::shared()->setPinnedIDText(u"/logs/a.jsonl"_s);
+        m_app->preferences()->setBedtime(200'000);
         QTest::addRow("Preferences, 64-bit count as a number") << u"Preferences.bedtime"_s << QVariant(200'000.0);
         QTest::addRow("Preferences enums") << u"Preferences.size === Preferences.Size.medium"_s << QVariant(true);
-        QTest::addRow("FleetAccess grants") << u"FleetAccess.grantedIds.length"_s << QVariant(double(FleetAccess::shared()->grantedIds().size()));
-        QTest::addRow("SessionWatcher pin") << u"SessionWatcher.pinnedID"_s << QVariant(u"/logs/a.jsonl"_s);
         QTest::addRow("Catalog outfit label") << u"Catalog.outfitLabel(Preferences.Outfit.demonslayer)"_s << QVariant(u"Slayer corps"_s);
         QTest::addRow("Catalog rejects an unknown outfit") << u"Catalog.outfitRawValue(99)"_s << QVariant(QString());
         QTest::addRow("Catalog bedtime value text") << u"Catalog.bedtimes[2].value"_s << QVariant(u"400K"_s);
-        QTest::addRow("FolderGrants folders in order") << u"FolderGrants.folders.map(f => f.id).join()"_s << QVariant(u"claude,codex"_s);
-        QTest::addRow("WindowManager") << u"typeof WindowManager.showSettings"_s << QVariant(u"function"_s);
+        QTest::addRow("FolderGrants grants") << u"FolderGrants.grantedIds.join()"_s << QVariant(u"claude,codex"_s);
     }
     void singletonsReachQml()
     {
         QFETCH(QString, expression);
-        QQmlEngine engine;
-        Yuzuha::prepareEngine(engine);
-        QQmlComponent component(&engine);
+        QQmlComponent component(m_app->engine());
         component.setData(u"import QtQml\nimport Yuzuha\nQtObject { property var value: "_s.toUtf8() + expression.toUtf8() + "}", QUrl());
         std::unique_ptr<QObject> object(component.create());
         QVERIFY2(object, qPrintable(component.errorString()));

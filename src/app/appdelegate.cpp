@@ -1,22 +1,13 @@
 #include "appdelegate.h"
 
 #include "appinfo.h"
-#include "fleetaccess.h"
-#include "folderprompt.h"
-#include "fonts.h"
-#include "petcontroller.h"
-#include "preferences.h"
-#include "sessionwatcher.h"
-#include "statusitemcontroller.h"
-#include "windowmanager.h"
+#include "application.h"
 
 #include <QApplication>
 #include <QLocalSocket>
 #include <QQuickWindow>
 
-#ifdef Q_OS_UNIX
 #include <unistd.h>
-#endif
 
 using namespace Qt::StringLiterals;
 
@@ -37,14 +28,19 @@ void AppDelegate::preparePlatform()
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }
 
+bool AppDelegate::hasGraphicalSession()
+{
+    // A platform the user chose other than X11 or Wayland (offscreen, vnc, …) brings its own display.
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
+    if (!platform.isEmpty() && !platform.startsWith(u"xcb"_s) && !platform.startsWith(u"wayland"_s))
+        return true;
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
 QString AppDelegate::socketName()
 {
     // One instance per user: the name carries who runs it.
-#ifdef Q_OS_UNIX
     return AppInfo::id.toString() + u'-' + QString::number(::getuid());
-#else
-    return AppInfo::id.toString() + u'-' + qEnvironmentVariable("USERNAME");
-#endif
 }
 
 AppDelegate::AppDelegate(QObject *parent)
@@ -88,22 +84,16 @@ bool AppDelegate::claimInstance()
     return true;
 }
 
+AppDelegate::~AppDelegate() = default;
+
 void AppDelegate::launch()
 {
-    Fonts::registerAll();
-    FleetAccess::shared()->setPrompt(std::make_unique<DialogFolderPrompt>());
-    SessionWatcher::shared()->start();
-    new StatusItemController(SessionWatcher::shared(), this);
-    PetController::shared()->showOnLaunch();
-    // Her context menu and a click while she sees no folder open the ordinary windows.
-    connect(PetController::shared(), &PetController::settingsRequested, WindowManager::shared(), &WindowManager::showSettings);
-    connect(PetController::shared(), &PetController::welcomeRequested, WindowManager::shared(), &WindowManager::showWelcome);
-    // Only the welcome's own button sets the flag, so closing it from the title bar brings it back next time.
-    if (!Preferences::shared()->defaults().value(Preferences::hasSeenWelcomeKey.toString(), false).toBool())
-        WindowManager::shared()->showWelcome();
+    m_application = std::make_unique<Application>(Application::userEnvironment());
+    m_application->launch();
 }
 
 void AppDelegate::reopen()
 {
-    PetController::shared()->showPet();
+    if (m_application)
+        m_application->reopen();
 }

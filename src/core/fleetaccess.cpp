@@ -1,7 +1,5 @@
 #include "fleetaccess.h"
 
-#include "preferences.h"
-
 #include <QDir>
 #include <QSettings>
 #include <QVariantMap>
@@ -15,10 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// Replaced as a whole on the main thread and read by the watcher's sweep: readers get the old or the new list.
-std::atomic<FleetAccess::SnapshotList> currentSnapshots { std::make_shared<const QList<FleetAccess::Snapshot>>() };
-std::atomic<bool> isDirect { false };
-
 QString homeRelative(const FleetFolder &folder)
 {
     return u"~/"_s + folder.relativePath;
@@ -37,16 +31,6 @@ const QList<FleetFolder> &FleetAccess::folders()
         { u"codex"_s, u"Codex"_s, u".codex/sessions"_s, u"CODEX"_s },
     };
     return table;
-}
-
-bool FleetAccess::direct()
-{
-    return isDirect.load();
-}
-
-FleetAccess::SnapshotList FleetAccess::snapshots()
-{
-    return currentSnapshots.load();
 }
 
 QList<FleetAccess::Snapshot> FleetAccess::directSnapshots(const QString &home)
@@ -69,18 +53,11 @@ QString FleetAccess::homeFolder()
     return QDir::cleanPath(QDir::homePath());
 }
 
-FleetAccess *FleetAccess::shared()
-{
-    static FleetAccess *instance = new FleetAccess(homeFolder(), &Preferences::shared()->defaults());
-    return instance;
-}
-
 FleetAccess::FleetAccess(QString home, QSettings *store, QObject *parent)
     : QObject(parent)
     , m_home(QDir::cleanPath(home))
     , m_store(store)
 {
-    isDirect.store(true);
     for (const FleetFolder &folder : folders())
         m_grantedIds.insert(folder.id);
     rebuildSnapshots();
@@ -176,5 +153,5 @@ void FleetAccess::rebuildSnapshots()
         const QString root = QDir(m_home).filePath(folder.relativePath);
         list->append({ m_scopes.value(folder.id, root), root, folder.provider });
     }
-    currentSnapshots.store(std::move(list));
+    m_snapshots.store(std::move(list));
 }

@@ -45,7 +45,6 @@ class FleetAccess : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QStringList grantedIds READ grantedIdList NOTIFY grantedIdsChanged)
-    Q_PROPERTY(bool direct READ direct CONSTANT)
 
 public:
     /// One granted folder as the watcher's sweep sees it.
@@ -57,19 +56,15 @@ public:
     };
     using SnapshotList = std::shared_ptr<const QList<Snapshot>>;
 
-    /// The one instance, over the user's home folder and settings store; grants every folder.
-    static FleetAccess *shared();
-
-    /// An instance over any home folder and store; tests hand in temporary ones.
+    /// A gate over a home folder (the running account's, or a temporary one in tests) and the settings
+    /// store; it starts with every folder granted.
     FleetAccess(QString home, QSettings *store, QObject *parent = nullptr);
     ~FleetAccess() override;
 
     /// The known agent folders, Claude Code first.
     static const QList<FleetFolder> &folders();
-    /// True once an instance exists: the agents' folders are read directly.
-    static bool direct();
     /// The granted folders to scan, in the order of `folders()`; replaced as a whole, safe to read on any thread.
-    static SnapshotList snapshots();
+    SnapshotList snapshots() const { return m_snapshots.load(); }
     /// The snapshots of a home folder with every folder granted and no picked scopes.
     static QList<Snapshot> directSnapshots(const QString &home);
     /// The running account's home folder from the user database, else the platform's.
@@ -103,5 +98,7 @@ private:
     QSet<QString> m_grantedIds;
     QHash<QString, QString> m_scopes;
     std::unique_ptr<FolderPrompt> m_prompt;
+    // Replaced as a whole on the main thread and read by the watcher's sweep: readers get the old or the new list.
+    std::atomic<SnapshotList> m_snapshots;
 };
 Q_DECLARE_METATYPE(FleetFolder)

@@ -1,7 +1,6 @@
 #include "preferences.h"
 
 #include "appinfo.h"
-#include "sessionwatcher.h"
 #include "systemlog.h"
 
 #include <QCoreApplication>
@@ -11,31 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-struct OutfitName {
-    QStringView raw;
-    QStringView label;
-};
-
-// Indexed by Preferences::Outfit.
-constexpr std::array<OutfitName, 16> outfitNames { {
-    { u"seasonal", u"Seasonal" },
-    { u"office", u"Office" },
-    { u"halloween", u"Halloween witch" },
-    { u"christmas", u"Christmas" },
-    { u"eva", u"Plugsuit pilot" },
-    { u"sailor", u"Magical girl" },
-    { u"demonslayer", u"Slayer corps" },
-    { u"jujutsu", u"Sorcery school" },
-    { u"naruto", u"Ninja" },
-    { u"onepiece", u"Pirate" },
-    { u"spyfamily", u"Academy" },
-    { u"titan", u"Scout regiment" },
-    { u"dragonball", u"Martial artist" },
-    { u"hero", u"Hero academy" },
-    { u"frieren", u"Elf mage" },
-    { u"seifuku", u"Seifuku" },
-} };
-
 // A stored Boolean as the store holds it; anything unreadable falls back to the default.
 bool readBool(const QSettings &store, QStringView key, bool fallback)
 {
@@ -63,41 +37,20 @@ qint64 readInteger(const QSettings &store, QStringView key, qint64 fallback)
 }
 } // namespace
 
-QString Preferences::label(Size size)
+std::optional<Preferences::Size> Preferences::sizeFromRawValue(qint64 raw)
 {
-    switch (size) {
-    case Size::small:
-        return u"Small"_s;
-    case Size::large:
-        return u"Large"_s;
-    case Size::medium:
-        break;
+    for (const SizeName &name : sizes) {
+        if (static_cast<int>(name.size) == raw)
+            return name.size;
     }
-    return u"Medium"_s;
-}
-
-std::optional<Preferences::Size> Preferences::sizeFromRawValue(int raw)
-{
-    if (raw < 0 || raw > 2)
-        return std::nullopt;
-    return static_cast<Size>(raw);
-}
-
-QString Preferences::rawValue(Outfit outfit)
-{
-    return outfitNames[static_cast<size_t>(outfit)].raw.toString();
-}
-
-QString Preferences::label(Outfit outfit)
-{
-    return outfitNames[static_cast<size_t>(outfit)].label.toString();
+    return std::nullopt;
 }
 
 std::optional<Preferences::Outfit> Preferences::outfitFromRawValue(QStringView raw)
 {
-    for (size_t i = 0; i < outfitNames.size(); ++i) {
-        if (outfitNames[i].raw == raw)
-            return static_cast<Outfit>(i);
+    for (const OutfitName &name : outfits) {
+        if (name.raw == raw)
+            return name.outfit;
     }
     return std::nullopt;
 }
@@ -126,26 +79,17 @@ std::unique_ptr<QSettings> Preferences::userStore()
     return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, AppInfo::name.toString(), AppInfo::name.toString());
 }
 
-Preferences *Preferences::shared()
-{
-    // Created on first use and kept for the life of the process.
-    static Preferences *instance = new Preferences(userStore(), LoginItem(), SessionWatcher::shared());
-    return instance;
-}
-
 Preferences::Preferences(std::unique_ptr<QSettings> store, QObject *parent)
-    : Preferences(std::move(store), LoginItem(), nullptr, parent)
+    : Preferences(std::move(store), LoginItem(), parent)
 {
 }
 
-Preferences::Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, SessionWatcher *watcher, QObject *parent)
+Preferences::Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, QObject *parent)
     : QObject(parent)
     , m_store(std::move(store))
     , m_loginItem(std::move(loginItem))
-    , m_watcher(watcher)
 {
-    const qint64 storedSize = readInteger(*m_store, sizeKey, 1);
-    m_size = storedSize == 0 ? Size::small : storedSize == 2 ? Size::large : Size::medium;
+    m_size = sizeFromRawValue(readInteger(*m_store, sizeKey, 1)).value_or(Size::medium);
     m_keepOnTop = readBool(*m_store, keepOnTopKey, true);
     m_allSpaces = readBool(*m_store, allSpacesKey, true);
     m_speechBubbles = readBool(*m_store, speechBubblesKey, true);
@@ -157,10 +101,16 @@ Preferences::Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, 
 
 Preferences::~Preferences() = default;
 
-void Preferences::write(QStringView key, const QVariant &value)
+void Preferences::write(QStringView key, const QVariant &value, bool changed)
 {
-    // On disk at once: nothing waits for the event loop, and the watcher's own store sees it.
-    m_store->setValue(key.toString(), value);
+    // Qt rewrites the whole file on every write, also the lines it could not read, so a setting that
+    // stays as stored (or an absent one that stays at its default) is not written at all: a plain
+    // launch leaves a hand-edited file as it is.
+    const QString name = key.toString();
+    const bool stored = m_store->contains(name);
+    if (!changed && (!stored || m_store->value(name).toString() == value.toString()))
+        return;
+    m_store->setValue(name, value);
     m_store->sync();
 }
 
@@ -184,10 +134,11 @@ qint64 Preferences::readBedtime(const QSettings &store)
 
 template <typename T> void Preferences::assign(T &field, T value, QStringView key, const QVariant &stored, void (Preferences::*changed)(T))
 {
-    // Every assignment notifies and writes, also when the value is unchanged.
+    // Every assignment notifies, also when the value is unchanged.
     Q_EMIT aboutToChange();
+    const bool differs = field != value;
     field = value;
-    write(key, stored);
+    write(key, stored, differs);
     Q_EMIT(this->*changed)(value);
 }
 
@@ -219,9 +170,6 @@ void Preferences::setPercentTag(bool on)
 void Preferences::setBedtime(qint64 tokens)
 {
     assign(m_bedtime, tokens, bedtimeKey, tokens, &Preferences::bedtimeChanged);
-    // The write is on disk, where the watcher's thread reads it; recompute every window now.
-    if (m_watcher)
-        m_watcher->refresh();
 }
 
 void Preferences::setPetVisible(bool on)

@@ -11,10 +11,28 @@
 #include <memory>
 #include <optional>
 
-/// The user's settings, written through to the settings store at every assignment.
-/// Every setter notifies, also when the value is unchanged.
-class SessionWatcher;
+// Her outfits in wardrobe order: the raw value (the stored setting and the sprite folder) and the label.
+// The enum, the table below and everything that lists outfits are made from this one list.
+#define YUZUHA_OUTFITS(X)                                                                                                                                      \
+    X(seasonal, "Seasonal")                                                                                                                                    \
+    X(office, "Office")                                                                                                                                        \
+    X(halloween, "Halloween witch")                                                                                                                            \
+    X(christmas, "Christmas")                                                                                                                                  \
+    X(eva, "Plugsuit pilot")                                                                                                                                   \
+    X(sailor, "Magical girl")                                                                                                                                  \
+    X(demonslayer, "Slayer corps")                                                                                                                             \
+    X(jujutsu, "Sorcery school")                                                                                                                               \
+    X(naruto, "Ninja")                                                                                                                                         \
+    X(onepiece, "Pirate")                                                                                                                                      \
+    X(spyfamily, "Academy")                                                                                                                                    \
+    X(titan, "Scout regiment")                                                                                                                                 \
+    X(dragonball, "Martial artist")                                                                                                                            \
+    X(hero, "Hero academy")                                                                                                                                    \
+    X(frieren, "Elf mage")                                                                                                                                     \
+    X(seifuku, "Seifuku")
 
+/// The user's settings, written through to the settings store when an assignment changes what it holds.
+/// Every setter notifies, also when the value is unchanged.
 class Preferences : public QObject
 {
     Q_OBJECT
@@ -33,24 +51,9 @@ public:
     enum class Size { small = 0, medium = 1, large = 2 };
     Q_ENUM(Size)
 
-    enum class Outfit {
-        seasonal,
-        office,
-        halloween,
-        christmas,
-        eva,
-        sailor,
-        demonslayer,
-        jujutsu,
-        naruto,
-        onepiece,
-        spyfamily,
-        titan,
-        dragonball,
-        hero,
-        frieren,
-        seifuku,
-    };
+#define YUZUHA_OUTFIT_CASE(raw, label) raw,
+    enum class Outfit { YUZUHA_OUTFITS(YUZUHA_OUTFIT_CASE) };
+#undef YUZUHA_OUTFIT_CASE
     Q_ENUM(Outfit)
 
     struct Bedtime {
@@ -63,31 +66,46 @@ public:
         { u"At 400K tokens", 400'000 },
     } };
 
-    static constexpr std::array<Size, 3> allSizes { Size::small, Size::medium, Size::large };
-    static constexpr std::array<Outfit, 16> allOutfits {
-        Outfit::seasonal,
-        Outfit::office,
-        Outfit::halloween,
-        Outfit::christmas,
-        Outfit::eva,
-        Outfit::sailor,
-        Outfit::demonslayer,
-        Outfit::jujutsu,
-        Outfit::naruto,
-        Outfit::onepiece,
-        Outfit::spyfamily,
-        Outfit::titan,
-        Outfit::dragonball,
-        Outfit::hero,
-        Outfit::frieren,
-        Outfit::seifuku,
+    struct SizeName {
+        Size size;
+        QStringView label;
+        int spriteHeight; ///< her height on screen at this size, in device-independent pixels
     };
+    /// The sizes in menu order.
+    static constexpr std::array<SizeName, 3> sizes { {
+        { Size::small, u"Small", 180 },
+        { Size::medium, u"Medium", 250 },
+        { Size::large, u"Large", 340 },
+    } };
 
-    static QString label(Size size);
-    static std::optional<Size> sizeFromRawValue(int raw);
+    struct OutfitName {
+        Outfit outfit;
+        QStringView raw;
+        QStringView label;
+    };
+#define YUZUHA_OUTFIT_ROW(raw, label) { Outfit::raw, u"" #raw, u"" label },
+    /// Every outfit in wardrobe order.
+    static constexpr auto outfits = std::to_array<OutfitName>({ YUZUHA_OUTFITS(YUZUHA_OUTFIT_ROW) });
+#undef YUZUHA_OUTFIT_ROW
 
-    static QString rawValue(Outfit outfit);
-    static QString label(Outfit outfit);
+    static const SizeName &sizeName(Size size)
+    {
+        return sizes[static_cast<size_t>(size)];
+    }
+    static std::optional<Size> sizeFromRawValue(qint64 raw);
+
+    static const OutfitName &outfitName(Outfit outfit)
+    {
+        return outfits[static_cast<size_t>(outfit)];
+    }
+    static QString rawValue(Outfit outfit)
+    {
+        return outfitName(outfit).raw.toString();
+    }
+    static QString label(Outfit outfit)
+    {
+        return outfitName(outfit).label.toString();
+    }
     static std::optional<Outfit> outfitFromRawValue(QStringView raw);
     /// Seasonal becomes Halloween in October, Christmas in December, office otherwise.
     static Outfit resolved(Outfit outfit, QDate today);
@@ -96,34 +114,57 @@ public:
     /// The settings file of the running user.
     static std::unique_ptr<QSettings> userStore();
 
-    /// The one instance, over the user's settings file.
-    static Preferences *shared();
-
-    /// An instance over any store; tests hand in a settings file of their own. It registers the real
-    /// login item and refreshes no watcher when the bedtime changes.
+    /// An instance over any store; tests hand in a settings file of their own. It registers the real login item.
     explicit Preferences(std::unique_ptr<QSettings> store, QObject *parent = nullptr);
-    /// An instance over any store, login item and watcher; the bedtime setter refreshes `watcher` (when set).
-    Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, SessionWatcher *watcher, QObject *parent = nullptr);
+    /// An instance over any store and login item.
+    Preferences(std::unique_ptr<QSettings> store, LoginItem loginItem, QObject *parent = nullptr);
     ~Preferences() override;
 
     /// The store itself, for flags kept without a property ("hasSeenWelcome", "petOrigin").
-    QSettings &defaults() const { return *m_store; }
+    QSettings &defaults() const
+    {
+        return *m_store;
+    }
 
-    Size size() const { return m_size; }
+    Size size() const
+    {
+        return m_size;
+    }
     void setSize(Size size);
-    bool keepOnTop() const { return m_keepOnTop; }
+    bool keepOnTop() const
+    {
+        return m_keepOnTop;
+    }
     void setKeepOnTop(bool on);
-    bool allSpaces() const { return m_allSpaces; }
+    bool allSpaces() const
+    {
+        return m_allSpaces;
+    }
     void setAllSpaces(bool on);
-    bool speechBubbles() const { return m_speechBubbles; }
+    bool speechBubbles() const
+    {
+        return m_speechBubbles;
+    }
     void setSpeechBubbles(bool on);
-    bool percentTag() const { return m_percentTag; }
+    bool percentTag() const
+    {
+        return m_percentTag;
+    }
     void setPercentTag(bool on);
-    qint64 bedtime() const { return m_bedtime; }
+    qint64 bedtime() const
+    {
+        return m_bedtime;
+    }
     void setBedtime(qint64 tokens);
-    bool petVisible() const { return m_petVisible; }
+    bool petVisible() const
+    {
+        return m_petVisible;
+    }
     void setPetVisible(bool on);
-    Outfit outfit() const { return m_outfit; }
+    Outfit outfit() const
+    {
+        return m_outfit;
+    }
     void setOutfit(Outfit outfit);
     bool openAtLogin() const;
     /// Registers or unregisters the login item; a failure is logged and the getter keeps the real state.
@@ -159,12 +200,11 @@ Q_SIGNALS:
     void openAtLoginChanged();
 
 private:
-    void write(QStringView key, const QVariant &value);
+    void write(QStringView key, const QVariant &value, bool changed);
     template <typename T> void assign(T &field, T value, QStringView key, const QVariant &stored, void (Preferences::*changed)(T));
 
     std::unique_ptr<QSettings> m_store;
     LoginItem m_loginItem;
-    SessionWatcher *m_watcher = nullptr;
     Size m_size = Size::medium;
     bool m_keepOnTop = true;
     bool m_allSpaces = true;

@@ -82,7 +82,7 @@ struct Walk {
 } // namespace
 
 SessionScan::SessionScan(SnapshotSource snapshots, Clock clock, SweepReport report)
-    : m_snapshots(snapshots ? std::move(snapshots) : SnapshotSource(&FleetAccess::snapshots))
+    : m_snapshots(std::move(snapshots))
     , m_clock(clock ? std::move(clock) : Clock(&QDateTime::currentDateTimeUtc))
     , m_report(report ? std::move(report) : SweepReport([](qsizetype sessions, qsizetype folders) {
         SystemLog::write(u"journals", u"journal sweep: %1 sessions across %2 folders"_s.arg(sessions).arg(folders));
@@ -111,7 +111,7 @@ void SessionScan::sweep()
     const auto cutoffSys = std::chrono::sys_time<std::chrono::milliseconds>(std::chrono::milliseconds(now.addMSecs(-recencyMs).toMSecsSinceEpoch()));
     const fs::file_time_type cutoff = std::chrono::file_clock::from_sys(cutoffSys);
     // The list read here is the one this sweep works on, whatever the gate publishes meanwhile.
-    const FleetAccess::SnapshotList snapshots = m_snapshots();
+    const FleetAccess::SnapshotList snapshots = m_snapshots ? m_snapshots() : nullptr;
     QList<Candidate> found;
     qsizetype folders = 0;
     if (snapshots) {

@@ -40,8 +40,9 @@ public:
         Journal::Reading reading;
     };
 
-    /// Defaults: the gate's snapshots, the system clock and the "journal sweep" line in the system log.
-    explicit SessionScan(SnapshotSource snapshots = {}, Clock clock = {}, SweepReport report = {});
+    /// Sweeps the folders `snapshots` gives; the clock defaults to the system's, the report to the
+    /// "journal sweep" line in the system log.
+    explicit SessionScan(SnapshotSource snapshots, Clock clock = {}, SweepReport report = {});
 
     /// One pass with `bedtime` (0 for none): sweeps when due, then at most 12 sessions, latest first.
     QList<Session> pass(qint64 bedtime);

@@ -1,17 +1,13 @@
 #include "sessionwatcher.h"
 
 #include "appinfo.h"
-#include "preferences.h"
 
-#include <QCoreApplication>
 #include <QThread>
-
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
-/// Runs the passes on the watcher's thread. It owns the scan (candidates, cache, last sweep) and its own
-/// QSettings over the user's settings file, so nothing it touches is shared with the main thread.
+/// Runs the passes on the watcher's thread. It owns the scan (candidates, cache, last sweep), so nothing
+/// it touches is shared with the main thread; the bedtime comes with each pass as a value.
 class SessionWatcherWorker : public QObject
 {
     Q_OBJECT
@@ -19,12 +15,10 @@ class SessionWatcherWorker : public QObject
 public:
     explicit SessionWatcherWorker(const SessionWatcher::Config &config)
         : m_scan(config.snapshots, config.clock, config.sweepReport)
-        , m_settingsFile(config.settingsFile)
-        , m_settingsFormat(config.settingsFormat)
     {
     }
 
-    void pass() { Q_EMIT passed(m_scan.pass(bedtime())); }
+    void pass(qint64 bedtime) { Q_EMIT passed(m_scan.pass(bedtime)); }
 
     void forceSweep() { m_scan.forceSweep(); }
 
@@ -32,35 +26,8 @@ Q_SIGNALS:
     void passed(const QList<Session> &sessions);
 
 private:
-    // The bedtime comes straight from the store at every pass; sync() picks up the main thread's latest write.
-    qint64 bedtime()
-    {
-        if (m_settingsFile.isEmpty())
-            return 0;
-        if (!m_settings)
-            m_settings = std::make_unique<QSettings>(m_settingsFile, m_settingsFormat);
-        m_settings->sync();
-        return Preferences::readBedtime(*m_settings);
-    }
-
     SessionScan m_scan;
-    QString m_settingsFile;
-    QSettings::Format m_settingsFormat;
-    std::unique_ptr<QSettings> m_settings;
 };
-
-SessionWatcher *SessionWatcher::shared()
-{
-    static SessionWatcher *instance = [] {
-        const std::unique_ptr<QSettings> store = Preferences::userStore();
-        auto *watcher = new SessionWatcher({ {}, store->fileName(), store->format(), {}, {} });
-        // Let a pass in flight finish before the application's statics go away.
-        if (QCoreApplication *app = QCoreApplication::instance())
-            QObject::connect(app, &QCoreApplication::aboutToQuit, watcher, &SessionWatcher::stopThread);
-        return watcher;
-    }();
-    return instance;
-}
 
 SessionWatcher::SessionWatcher(Config config, QObject *parent)
     : QObject(parent)
@@ -125,7 +92,8 @@ void SessionWatcher::refresh()
 void SessionWatcher::poll()
 {
     ensureThread();
-    QMetaObject::invokeMethod(m_worker, &SessionWatcherWorker::pass, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        m_worker, [worker = m_worker, bedtime = m_bedtime] { worker->pass(bedtime); }, Qt::QueuedConnection);
 }
 
 void SessionWatcher::receive(const QList<Session> &sessions)

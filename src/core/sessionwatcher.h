@@ -4,7 +4,6 @@
 
 #include <QList>
 #include <QObject>
-#include <QSettings>
 #include <QTimer>
 
 #include <optional>
@@ -22,18 +21,14 @@ class SessionWatcher : public QObject
     Q_PROPERTY(QString pinnedID READ pinnedIDText WRITE setPinnedIDText NOTIFY pinnedIDChanged)
 
 public:
-    /// What a watcher reads; the shared one uses the gate's snapshots, the user's settings file and the system clock.
+    /// What a watcher reads: the program hands in the gate's snapshots, the system clock and the system log.
     struct Config {
         SessionScan::SnapshotSource snapshots;
-        QString settingsFile; ///< where "bedtimeTokens" is read, on the worker thread
-        QSettings::Format settingsFormat = QSettings::NativeFormat;
         SessionScan::Clock clock;
         SessionScan::SweepReport sweepReport;
     };
 
     static constexpr int pollIntervalMs = 3'000;
-
-    static SessionWatcher *shared();
 
     explicit SessionWatcher(Config config, QObject *parent = nullptr);
     ~SessionWatcher() override;
@@ -42,6 +37,9 @@ public:
     void start();
     /// Makes the next pass sweep and polls at once.
     void refresh();
+    /// The bedtime token count (0 for none) handed to every pass from now on.
+    void setBedtime(qint64 tokens) { m_bedtime = tokens; }
+    qint64 bedtime() const { return m_bedtime; }
 
     QList<Session> sessions() const { return m_sessions; }
     std::optional<QString> pinnedID() const { return m_pinnedID; }
@@ -69,6 +67,7 @@ private:
     Config m_config;
     QList<Session> m_sessions;
     std::optional<QString> m_pinnedID;
+    qint64 m_bedtime = 0;
     QTimer *m_timer = nullptr;
     QThread *m_thread = nullptr;
     SessionWatcherWorker *m_worker = nullptr;

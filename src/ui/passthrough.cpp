@@ -1,5 +1,6 @@
 #include "passthrough.h"
 
+#include "dimensions.h"
 #include "x11desktop.h"
 
 #include <QGuiApplication>
@@ -45,9 +46,9 @@ Decision decide(const State &state, QPointF point, bool onHer)
     const QRectF panel(QPointF(0, 0), state.panel);
     if (!panel.contains(point))
         return {};
-    const bool inBubble = state.bubbleUp() && point.y() < bubbleBand;
+    const bool inBubble = state.bubbleUp() && point.y() < Dimensions::bubbleBand();
     bool interactive = onHer || inBubble;
-    if (state.percentTag && point.y() > panel.height() - tagBand)
+    if (state.percentTag && point.y() > panel.height() - Dimensions::tagBand())
         interactive = interactive || std::abs(point.x() - panel.width() / 2) < tagHalfWidth;
     return { interactive, onHer || (state.hovering && inBubble) };
 }
@@ -114,9 +115,9 @@ QRegion inputRegion(const State &state, const std::optional<AlphaMask> &mask, co
             QPoint(int(std::lround(rect.right() * dpr)) - 1, int(std::lround(rect.bottom() * dpr)) - 1));
     };
     if (state.bubbleUp())
-        region += device(QRectF(0, 0, state.panel.width(), bubbleBand));
+        region += device(QRectF(0, 0, state.panel.width(), Dimensions::bubbleBand()));
     if (state.percentTag)
-        region += device(QRectF(state.panel.width() / 2 - tagHalfWidth, state.panel.height() - tagBand, 2 * tagHalfWidth, tagBand));
+        region += device(QRectF(state.panel.width() / 2 - tagHalfWidth, state.panel.height() - Dimensions::tagBand(), 2 * tagHalfWidth, Dimensions::tagBand()));
     return region;
 }
 
@@ -129,7 +130,7 @@ QRect drawnPart(const State &state, const QRectF &figure)
     qreal top = figure.top();
     if (state.percentTag) {
         halfWidth = std::max(halfWidth, tagHalfWidth);
-        top = std::min(top, panel.height() - tagBand);
+        top = std::min(top, panel.height() - Dimensions::tagBand());
     }
     if (state.bubbleUp()) {
         halfWidth = middle;

@@ -16,10 +16,6 @@ class QWindow;
 /// windows beneath. All geometry is in the window's device-independent pixels, y downward.
 namespace PassThrough
 {
-/// Height of the speech-bubble band at the top of the panel.
-inline constexpr qreal bubbleBand = 92;
-/// Height of the tag band at the bottom of the panel.
-inline constexpr qreal tagBand = 30;
 /// The tag's hot spot reaches less than this far from the panel's centre line.
 inline constexpr qreal tagHalfWidth = 70;
 /// Alpha above which a pixel is part of her.

@@ -1,13 +1,9 @@
 #include "petcontroller.h"
 
-#include "fleetaccess.h"
+#include "dimensions.h"
 #include "petmodel.h"
 #include "petpanel.h"
 #include "petstageview.h"
-#include "reducemotion.h"
-#include "sessionspopover.h"
-#include "sessionwatcher.h"
-#include "statusitemcontroller.h"
 
 #include <QActionGroup>
 #include <QCoreApplication>
@@ -40,27 +36,6 @@ QScreen *mainScreen()
     return screens.isEmpty() ? nullptr : screens.first();
 }
 } // namespace
-
-qreal PetController::spriteHeight(Preferences::Size size)
-{
-    switch (size) {
-    case Preferences::Size::small:
-        return 180;
-    case Preferences::Size::large:
-        return 340;
-    case Preferences::Size::medium:
-        break;
-    }
-    return 250;
-}
-
-PetController::Geometry PetController::geometry(Preferences::Size size)
-{
-    const qreal height = spriteHeight(size);
-    // round(height × 427 / 1151), halves away from zero, as the sprites are scaled.
-    const qreal width = std::round(height * 427.0 / 1151.0);
-    return { QSizeF(width, height), QSizeF(std::max(width + 40, minimumPanelWidth), height + bubbleBand + tagBand) };
-}
 
 QString PetController::formatOrigin(const QRect &frame, int primaryBottom)
 {
@@ -102,41 +77,22 @@ QPoint PetController::defaultCorner(const QRect &available, QSize panel)
         available.x() + available.width() - panel.width() - int(cornerRight), available.y() + available.height() - int(cornerBottom) - panel.height());
 }
 
-PetController *PetController::shared()
-{
-    static PetController *controller = [] {
-        SessionWatcher *watcher = SessionWatcher::shared();
-        FleetAccess *access = FleetAccess::shared();
-        Inputs inputs;
-        inputs.preferences = Preferences::shared();
-        inputs.focused = [watcher] { return watcher->focused(); };
-        inputs.anyGranted = [access] { return !access->grantedIds().isEmpty(); };
-        inputs.reduceMotion = ReduceMotion::isOn();
-        auto *created = new PetController(std::move(inputs));
-        // The latest of the watcher's list, its pin and the grants, coalesced on the main thread.
-        connect(watcher, &SessionWatcher::sessionsChanged, created, &PetController::scheduleUpdate);
-        connect(watcher, &SessionWatcher::pinnedIDChanged, created, &PetController::scheduleUpdate);
-        connect(access, &FleetAccess::grantedIdsChanged, created, &PetController::scheduleUpdate);
-        return created;
-    }();
-    return controller;
-}
-
-PetController::PetController(Inputs inputs, QObject *parent)
+PetController::PetController(Inputs inputs, QQmlEngine *engine, QObject *parent)
     : QObject(parent)
     , m_inputs(std::move(inputs))
     , m_model(new PetModel(this))
     , m_panel(std::make_unique<PetPanel>())
-    , m_engine(std::make_unique<QQmlEngine>())
 {
     Preferences *prefs = m_inputs.preferences;
-    Q_ASSERT(prefs);
+    Q_ASSERT(prefs && engine);
     PetStageView *stage = m_panel->stage();
     stage->setReduceMotion(m_inputs.reduceMotion);
+    if (Sprites::Store *sprites = m_inputs.sprites)
+        stage->setImageSource([sprites](int tier, int pixelHeight) { return sprites->image(tier, pixelHeight); });
+    connect(m_panel.get(), &QWindow::visibleChanged, m_model, &PetModel::setShown);
 
-    QQmlComponent component(m_engine.get(), QUrl(u"qrc:/qt/qml/Yuzuha/PetOverlay.qml"_s));
-    QObject *root = component.createWithInitialProperties(
-        { { u"model"_s, QVariant::fromValue(m_model) }, { u"percentTag"_s, prefs->percentTag() }, { u"animated"_s, !m_inputs.reduceMotion } });
+    QQmlComponent component(engine, QUrl(u"qrc:/qt/qml/Yuzuha/PetOverlay.qml"_s));
+    QObject *root = component.createWithInitialProperties({ { u"model"_s, QVariant::fromValue(m_model) }, { u"animated"_s, !m_inputs.reduceMotion } });
     if (auto *overlay = qobject_cast<QQuickItem *>(root))
         m_panel->setOverlay(overlay);
     else
@@ -171,11 +127,8 @@ PetController::PetController(Inputs inputs, QObject *parent)
     m_panel->setKeepOnTop(prefs->keepOnTop());
     connect(prefs, &Preferences::allSpacesChanged, m_panel.get(), &PetPanel::setAllSpaces);
     m_panel->setAllSpaces(prefs->allSpaces());
-    connect(prefs, &Preferences::percentTagChanged, this, [this](bool on) {
-        if (QQuickItem *overlay = m_panel->overlay())
-            overlay->setProperty("percentTag", on);
-        updateInputRegion();
-    });
+    // The overlay binds the tag to the setting itself; only the part that takes the pointer changes here.
+    connect(prefs, &Preferences::percentTagChanged, this, &PetController::updateInputRegion);
 
     // Displays added, removed or rearranged.
     const auto screensChanged = [this] { QTimer::singleShot(0, this, &PetController::keepOnScreen); };
@@ -193,7 +146,7 @@ PetController::PetController(Inputs inputs, QObject *parent)
 
 PetController::~PetController()
 {
-    // The overlay's items belong to the engine's context; drop them before the engine goes.
+    // The overlay's items belong to the engine's context; drop them while it is still there.
     if (QQuickItem *overlay = m_panel->overlay())
         delete overlay;
     m_panel.reset();
@@ -239,7 +192,7 @@ void PetController::showOnLaunch()
 
 void PetController::layout(bool keepAnchor)
 {
-    const Geometry g = geometry(m_inputs.preferences->size());
+    const Dimensions::Pet g = Dimensions::pet(m_inputs.preferences->size());
     const QSize panel = g.panel.toSize();
     const QRect current = panelFrame();
     QPoint origin;
@@ -297,8 +250,7 @@ void PetController::update()
     const int tier = focused ? focused->tier() : 0;
     m_model->setTier(tier);
 
-    if (StatusItemController *statusItem = StatusItemController::shared())
-        statusItem->refresh();
+    Q_EMIT updated();
 
     const std::optional<QString> id = focused ? std::optional<QString>(focused->id) : std::nullopt;
     const bool same = tier == m_shownTier && id == m_shownSessionID;
@@ -343,14 +295,6 @@ void PetController::announce(int seconds)
     Q_EMIT announced(seconds);
 }
 
-Qt::Edge PetController::popoverEdge() const
-{
-    const QRect frame = panelFrame();
-    const QScreen *screen = m_panel->screen();
-    const qreal screenMid = screen ? screen->availableGeometry().x() + screen->availableGeometry().width() / 2.0 : 0;
-    return screenMid < frame.x() + frame.width() / 2.0 ? Qt::LeftEdge : Qt::RightEdge;
-}
-
 void PetController::clicked()
 {
     if (m_model->mood() == PetModel::Mood::blind) {
@@ -360,8 +304,7 @@ void PetController::clicked()
     // The bubble makes way for the sessions list.
     m_announceTimer.stop();
     m_model->setAnnouncing(false);
-    SessionsPopover::toggle(m_panel.get(), stage()->mapRectToScene(stage()->spriteRect()));
-    Q_EMIT sessionsRequested(popoverEdge());
+    Q_EMIT sessionsRequested(stage()->mapRectToScene(stage()->spriteRect()).translated(m_panel->position()).toAlignedRect());
 }
 
 /// One checkable item of a picking submenu: its tag is the value the action hands back.
@@ -380,13 +323,13 @@ QMenu *PetController::contextMenu()
     auto *menu = new QMenu;
 
     QMenu *sizes = menu->addMenu(u"Size"_s);
-    for (const Preferences::Size size : Preferences::allSizes)
-        addPick(sizes, Preferences::label(size), int(size), prefs->size() == size, &PetController::pickSize);
+    for (const Preferences::SizeName &size : Preferences::sizes)
+        addPick(sizes, size.label.toString(), int(size.size), prefs->size() == size.size, &PetController::pickSize);
 
     QMenu *outfits = menu->addMenu(u"Outfit"_s);
-    for (const Preferences::Outfit outfit : Preferences::allOutfits) {
-        addPick(outfits, Preferences::label(outfit), int(outfit), prefs->outfit() == outfit, &PetController::pickOutfit);
-        if (outfit == Preferences::Outfit::seasonal)
+    for (const Preferences::OutfitName &outfit : Preferences::outfits) {
+        addPick(outfits, outfit.label.toString(), int(outfit.outfit), prefs->outfit() == outfit.outfit, &PetController::pickOutfit);
+        if (outfit.outfit == Preferences::Outfit::seasonal)
             outfits->addSeparator();
     }
 
@@ -398,23 +341,20 @@ QMenu *PetController::contextMenu()
     connect(menu->addAction(u"Hide Yuzuha"_s), &QAction::triggered, this, &PetController::hideFromMenu);
     connect(menu->addAction(u"Settings\u2026"_s), &QAction::triggered, this, &PetController::openSettings);
     menu->addSeparator();
-    connect(menu->addAction(u"Quit Yuzuha"_s), &QAction::triggered, this, [this] {
-        Q_EMIT quitRequested();
-        QCoreApplication::quit();
-    });
+    connect(menu->addAction(u"Quit Yuzuha"_s), &QAction::triggered, qApp, &QCoreApplication::quit);
     return menu;
 }
 
 void PetController::pickSize(int tag)
 {
-    m_inputs.preferences->setSize(tag == 0 ? Preferences::Size::small : tag == 2 ? Preferences::Size::large : Preferences::Size::medium);
+    m_inputs.preferences->setSize(Preferences::sizeFromRawValue(tag).value_or(Preferences::Size::medium));
 }
 
 void PetController::pickOutfit(int tag)
 {
-    if (tag < 0 || tag >= int(Preferences::allOutfits.size()))
+    if (tag < 0 || tag >= int(Preferences::outfits.size()))
         return;
-    m_inputs.preferences->setOutfit(Preferences::allOutfits[size_t(tag)]);
+    m_inputs.preferences->setOutfit(Preferences::outfits[size_t(tag)].outfit);
 }
 
 void PetController::toggleTop()
@@ -437,7 +377,7 @@ void PetController::showPet()
 void PetController::hideFromMenu()
 {
     m_inputs.preferences->setPetVisible(false);
-    SessionsPopover::closeCurrent();
+    Q_EMIT hidden();
     m_panel->hide();
 }
 

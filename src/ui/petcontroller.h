@@ -2,6 +2,7 @@
 
 #include "preferences.h"
 #include "session.h"
+#include "sprites.h"
 
 #include <QObject>
 #include <QPointF>
@@ -27,9 +28,11 @@ class PetController : public QObject
     Q_OBJECT
 
 public:
-    /// What the controller reads besides the settings; the shared one wires the session watcher and the folder gate.
+    /// What the controller reads; the start-up code wires the session watcher, the folder gate and the sprites.
     struct Inputs {
         Preferences *preferences = nullptr;
+        /// Her bitmaps; a test may leave it out and give the stage its own images.
+        Sprites::Store *sprites = nullptr;
         /// The session she shows, or nothing.
         std::function<std::optional<Session>()> focused;
         /// Whether any agent folder may be read.
@@ -38,21 +41,10 @@ public:
         bool reduceMotion = false;
     };
 
-    /// Sprite and panel sizes in device-independent pixels for one size setting.
-    struct Geometry {
-        QSizeF sprite;
-        QSizeF panel;
-    };
-    static constexpr qreal bubbleBand = 92;
-    static constexpr qreal tagBand = 30;
-    static constexpr qreal minimumPanelWidth = 270;
     static constexpr qreal cornerRight = 12;
     static constexpr qreal cornerBottom = 8;
     static constexpr int launchAnnouncementSeconds = 6;
     static constexpr int changeAnnouncementSeconds = 7;
-
-    static Geometry geometry(Preferences::Size size);
-    static qreal spriteHeight(Preferences::Size size);
 
     // "petOrigin" keeps the panel's bottom-left corner with y growing upward from the bottom of the
     // primary screen, as "{x, y}". Qt's window positions are top-left with y growing downward; these
@@ -67,9 +59,8 @@ public:
     /// Bottom-right of an available area: 12 from the right, 8 above the bottom.
     static QPoint defaultCorner(const QRect &available, QSize panel);
 
-    static PetController *shared();
-
-    explicit PetController(Inputs inputs, QObject *parent = nullptr);
+    /// Builds her panel with the overlay made by `engine`, which must outlive the controller.
+    PetController(Inputs inputs, QQmlEngine *engine, QObject *parent = nullptr);
     ~PetController() override;
 
     PetModel *model() const { return m_model; }
@@ -82,6 +73,8 @@ public:
     void showOnLaunch();
     /// Re-reads which session she shows; hops on a tier change and announces a new session or tier.
     void update();
+    /// Runs update() once on the next turn of the event loop, however often it is asked for before then.
+    void scheduleUpdate();
     void showPet();
     void hideFromMenu();
 
@@ -104,9 +97,6 @@ public:
     /// Raises the speech bubble for `seconds`, when speech bubbles are on.
     void announce(int seconds);
 
-    /// The side of her the sessions popover opens on: left when she stands right of her screen's centre.
-    Qt::Edge popoverEdge() const;
-
     /// The pointer is at `position` in the panel: update hovering.
     void pointerMoved(QPointF position);
     void pointerLeft();
@@ -120,14 +110,16 @@ Q_SIGNALS:
     void announced(int seconds);
     /// No folder is readable yet: a click asks to be let in.
     void welcomeRequested();
-    /// A click asks for the sessions list beside her.
-    void sessionsRequested(Qt::Edge edge);
+    /// A click asks for the sessions list beside her sprite, `anchor` in global coordinates.
+    void sessionsRequested(const QRect &anchor);
     void settingsRequested();
-    void quitRequested();
+    /// She was taken off the desktop: whatever opened beside her goes too.
+    void hidden();
+    /// The shown session was read again; the tray follows.
+    void updated();
 
 private:
     void addPick(QMenu *menu, const QString &title, int tag, bool checked, void (PetController::*pick)(int));
-    void scheduleUpdate();
     void applyOutfit();
     void storeOrigin();
     void watchScreen(QScreen *screen);
@@ -136,7 +128,6 @@ private:
     Inputs m_inputs;
     PetModel *m_model;
     std::unique_ptr<PetPanel> m_panel;
-    std::unique_ptr<QQmlEngine> m_engine;
     QTimer m_announceTimer;
     int m_shownTier = -1;
     std::optional<QString> m_shownSessionID;

@@ -47,6 +47,13 @@ void PetModel::setHovering(bool on)
     notify(&PetModel::hoveringChanged);
 }
 
+void PetModel::setShown(bool on)
+{
+    // Not one of what she says or wears, so the overlay's texts are left alone.
+    m_shown = on;
+    Q_EMIT shownChanged();
+}
+
 PetModel::Line PetModel::line() const
 {
     switch (m_mood) {

@@ -19,6 +19,8 @@ class PetModel : public QObject
     Q_PROPERTY(Mood mood READ mood WRITE setMood NOTIFY moodChanged)
     Q_PROPERTY(bool announcing READ announcing WRITE setAnnouncing NOTIFY announcingChanged)
     Q_PROPERTY(bool hovering READ hovering WRITE setHovering NOTIFY hoveringChanged)
+    /// Whether her panel is on screen.
+    Q_PROPERTY(bool shown READ shown WRITE setShown NOTIFY shownChanged)
     // Read-only views for the overlay, recomputed whenever any field is assigned.
     Q_PROPERTY(bool hasSession READ hasSession NOTIFY changed)
     Q_PROPERTY(QString romaji READ romaji NOTIFY changed)
@@ -50,6 +52,8 @@ public:
     void setAnnouncing(bool on);
     bool hovering() const { return m_hovering; }
     void setHovering(bool on);
+    bool shown() const { return m_shown; }
+    void setShown(bool on);
 
     /// What she says in her bubble, chosen by mood (and tier while working).
     Line line() const;
@@ -72,6 +76,7 @@ Q_SIGNALS:
     void sessionChanged();
     void announcingChanged();
     void hoveringChanged();
+    void shownChanged();
     /// Any of the five fields was assigned.
     void changed();
 
@@ -83,4 +88,5 @@ private:
     std::optional<Session> m_session;
     bool m_announcing = false;
     bool m_hovering = false;
+    bool m_shown = false;
 };

@@ -1,6 +1,6 @@
 #include "petstageview.h"
 
-#include "sprites.h"
+#include "dimensions.h"
 
 #include <QGuiApplication>
 #include <QQuickWindow>
@@ -110,7 +110,6 @@ constexpr qreal frameSeconds = 1.0 / 60;
 
 PetStageView::PetStageView(QQuickItem *parent)
     : QQuickItem(parent)
-    , m_source([](int tier, int pixelHeight) { return Sprites::image(tier, pixelHeight); })
 {
     setFlag(ItemHasContents);
     setAcceptedMouseButtons(Qt::LeftButton | Qt::RightButton);
@@ -269,7 +268,6 @@ void PetStageView::tick()
 
 void PetStageView::requestRedraw()
 {
-    ++m_redraws;
     update();
 }
 
@@ -281,7 +279,7 @@ QRectF PetStageView::spriteRect() const
         return {};
     // Whole device pixels, so the bitmap maps one to one onto the screen and stays crisp.
     const qreal left = std::round((width() / 2 - size.width() / 2) * dpr) / dpr;
-    const qreal bottom = std::round((height() - feetInset) * dpr) / dpr;
+    const qreal bottom = std::round((height() - Dimensions::tagBand()) * dpr) / dpr;
     return QRectF(left, bottom - size.height(), size.width(), size.height());
 }
 

@@ -64,13 +64,11 @@ public:
 
     /// A drag begins once the pointer has moved this far from the press.
     static constexpr qreal dragThreshold = 3;
-    /// Her feet stand this far above the bottom edge, over the tag band.
-    static constexpr qreal feetInset = 30;
 
     explicit PetStageView(QQuickItem *parent = nullptr);
     ~PetStageView() override;
 
-    /// Where bitmaps come from (the sprites of the chosen outfit unless a test says otherwise).
+    /// Where bitmaps come from: the sprites of the chosen outfit, or a test's own.
     void setImageSource(ImageSource source) { m_source = std::move(source); }
     /// Where a drag reads and puts the top-left of what it moves (the window's position unless told otherwise).
     void setMover(std::function<QPoint()> origin, std::function<void(QPoint)> moveTo)
@@ -82,7 +80,7 @@ public:
     void setReduceMotion(bool on) { m_reduceMotion = on; }
     bool reduceMotion() const { return m_reduceMotion; }
 
-    /// Places a sprite of `size` points bottom-centred 30 points above the bottom and shows `tier`.
+    /// Places a sprite of `size` points bottom-centred on the tag band and shows `tier`.
     void layoutSprite(QSizeF size, int tier);
     int tier() const { return m_tier; }
     void setTier(int tier) { m_tier = tier; }
@@ -108,8 +106,6 @@ public:
     bool isBreathing() const { return m_breathing; }
     bool isFading() const { return m_fadeOut.has_value(); }
     bool isHopping() const { return m_hopClock.isValid(); }
-    /// How many times the scene was asked to redraw her; the idle benchmark reads it.
-    int redrawCount() const { return m_redraws; }
 
 Q_SIGNALS:
     void clicked();
@@ -163,7 +159,6 @@ private:
     QElapsedTimer m_hopClock;
     int m_shownBreath = 0;
     int m_shownHop = 0;
-    int m_redraws = 0;
 
     std::optional<QPointF> m_dragStartMouse;
     QPoint m_dragStartOrigin;

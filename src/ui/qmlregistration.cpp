@@ -2,6 +2,7 @@
 
 #include "appinfo.h"
 #include "formatting.h"
+#include "sessionwatcher.h"
 #include "spriteimageprovider.h"
 
 #include <QQmlEngine>
@@ -11,18 +12,19 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// The singletons live for the whole process; no engine may delete them when it goes.
+// The start-up code owns these objects; no engine may delete them when it goes.
 template <typename T> T *keptByCpp(T *object)
 {
-    QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
+    if (object)
+        QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
     return object;
 }
 
 std::optional<Preferences::Outfit> outfitAt(int value)
 {
-    if (value < 0 || value >= static_cast<int>(Preferences::allOutfits.size()))
+    if (value < 0 || value >= static_cast<int>(Preferences::outfits.size()))
         return std::nullopt;
-    return static_cast<Preferences::Outfit>(value);
+    return Preferences::outfits[size_t(value)].outfit;
 }
 
 const FleetFolder *folderWithId(const QString &id)
@@ -35,45 +37,40 @@ const FleetFolder *folderWithId(const QString &id)
 }
 } // namespace
 
-Preferences *PreferencesForeign::create(QQmlEngine *, QJSEngine *)
+ViewEngine::ViewEngine(Preferences *preferences, FolderGrants *grants, Sprites::Store *sprites, QObject *parent)
+    : QQmlEngine(parent)
+    , m_preferences(preferences)
+    , m_grants(grants)
 {
-    return keptByCpp(Preferences::shared());
+    // Where the module's qmldir and views are compiled in; Qt 6.4 does not look there by itself.
+    addImportPath(u"qrc:/qt/qml"_s);
+    addImageProvider(u"sprites"_s, new SpriteImageProvider(sprites));
 }
 
-FleetAccess *FleetAccessForeign::create(QQmlEngine *, QJSEngine *)
+Preferences *PreferencesForeign::create(QQmlEngine *engine, QJSEngine *)
 {
-    return keptByCpp(FleetAccess::shared());
+    const ViewEngine *views = ViewEngine::of(engine);
+    return keptByCpp(views ? views->preferences() : nullptr);
 }
 
-SessionWatcher *SessionWatcherForeign::create(QQmlEngine *, QJSEngine *)
+Catalog::Catalog(QObject *parent)
+    : QObject(parent)
 {
-    return keptByCpp(SessionWatcher::shared());
-}
-
-Catalog *Catalog::shared()
-{
-    static Catalog *instance = new Catalog;
-    return instance;
-}
-
-Catalog *Catalog::create(QQmlEngine *, QJSEngine *)
-{
-    return keptByCpp(shared());
 }
 
 QVariantList Catalog::outfits()
 {
     QVariantList list;
-    for (const Preferences::Outfit outfit : Preferences::allOutfits)
-        list.append(static_cast<int>(outfit));
+    for (const Preferences::OutfitName &name : Preferences::outfits)
+        list.append(static_cast<int>(name.outfit));
     return list;
 }
 
 QVariantList Catalog::sizes()
 {
     QVariantList list;
-    for (const Preferences::Size size : Preferences::allSizes)
-        list.append(static_cast<int>(size));
+    for (const Preferences::SizeName &name : Preferences::sizes)
+        list.append(static_cast<int>(name.size));
     return list;
 }
 
@@ -117,24 +114,19 @@ int Catalog::resolvedOutfit(int outfit) const
 QString Catalog::sizeLabel(int size) const
 {
     const auto known = Preferences::sizeFromRawValue(size);
-    return known ? Preferences::label(*known) : QString();
+    return known ? Preferences::sizeName(*known).label.toString() : QString();
 }
 
-FolderGrants *FolderGrants::shared()
+FolderGrants *FolderGrants::create(QQmlEngine *engine, QJSEngine *)
 {
-    static FolderGrants *instance = new FolderGrants(FleetAccess::shared());
-    return instance;
+    const ViewEngine *views = ViewEngine::of(engine);
+    return keptByCpp(views ? views->grants() : nullptr);
 }
 
-FolderGrants *FolderGrants::create(QQmlEngine *, QJSEngine *)
-{
-    return keptByCpp(shared());
-}
-
-FolderGrants::FolderGrants(FleetAccess *access, QObject *parent)
+FolderGrants::FolderGrants(FleetAccess *access, SessionWatcher *watcher, QObject *parent)
     : QObject(parent)
     , m_access(access)
-    , m_direct(FleetAccess::direct())
+    , m_watcher(watcher)
 {
     if (access)
         connect(access, &FleetAccess::grantedIdsChanged, this, &FolderGrants::grantedIdsChanged);
@@ -173,7 +165,8 @@ void FolderGrants::request(const QString &id)
     if (!folder || !m_access)
         return;
     m_access->request(*folder);
-    SessionWatcher::shared()->refresh();
+    if (m_watcher)
+        m_watcher->refresh();
 }
 
 void FolderGrants::revoke(const QString &id)
@@ -182,13 +175,6 @@ void FolderGrants::revoke(const QString &id)
     if (!folder || !m_access)
         return;
     m_access->revoke(*folder);
-    SessionWatcher::shared()->refresh();
-}
-
-void Yuzuha::prepareEngine(QQmlEngine &engine)
-{
-    // Where the module's qmldir and views are compiled in; Qt 6.4 does not look there by itself.
-    engine.addImportPath(u"qrc:/qt/qml"_s);
-    if (!engine.imageProvider(u"sprites"_s))
-        engine.addImageProvider(u"sprites"_s, new SpriteImageProvider);
+    if (m_watcher)
+        m_watcher->refresh();
 }

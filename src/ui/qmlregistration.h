@@ -2,20 +2,40 @@
 
 #include "fleetaccess.h"
 #include "preferences.h"
-#include "sessionwatcher.h"
+#include "sprites.h"
 
 #include <QObject>
 #include <QPointer>
+#include <QQmlEngine>
 #include <QStringList>
 #include <QVariantList>
 #include <QtQml/qqml.h>
 
-class QQmlEngine;
-class QJSEngine;
+class FolderGrants;
+class SessionWatcher;
 
-// The core singletons reach QML as singletons of the Yuzuha module; C++ keeps ownership of each.
+/// The one QML engine of the program. It finds the compiled-in Yuzuha module, serves the sprite images
+/// ("image://sprites/<outfit>/<tier>") and holds the objects built at start-up that the views reach as
+/// the singletons `Preferences` and `FolderGrants`.
+class ViewEngine : public QQmlEngine
+{
+    Q_OBJECT
 
-/// `Preferences` in QML: Preferences::shared().
+public:
+    ViewEngine(Preferences *preferences, FolderGrants *grants, Sprites::Store *sprites, QObject *parent = nullptr);
+
+    Preferences *preferences() const { return m_preferences; }
+    FolderGrants *grants() const { return m_grants; }
+
+    /// The engine a QML singleton is made for, when it is a ViewEngine.
+    static ViewEngine *of(QQmlEngine *engine) { return qobject_cast<ViewEngine *>(engine); }
+
+private:
+    QPointer<Preferences> m_preferences;
+    QPointer<FolderGrants> m_grants;
+};
+
+/// `Preferences` in QML: the instance the engine was built with.
 struct PreferencesForeign {
     Q_GADGET
     QML_FOREIGN(Preferences)
@@ -23,29 +43,7 @@ struct PreferencesForeign {
     QML_SINGLETON
 
 public:
-    static Preferences *create(QQmlEngine *, QJSEngine *);
-};
-
-/// `FleetAccess` in QML: FleetAccess::shared().
-struct FleetAccessForeign {
-    Q_GADGET
-    QML_FOREIGN(FleetAccess)
-    QML_NAMED_ELEMENT(FleetAccess)
-    QML_SINGLETON
-
-public:
-    static FleetAccess *create(QQmlEngine *, QJSEngine *);
-};
-
-/// `SessionWatcher` in QML: SessionWatcher::shared().
-struct SessionWatcherForeign {
-    Q_GADGET
-    QML_FOREIGN(SessionWatcher)
-    QML_NAMED_ELEMENT(SessionWatcher)
-    QML_SINGLETON
-
-public:
-    static SessionWatcher *create(QQmlEngine *, QJSEngine *);
+    static Preferences *create(QQmlEngine *engine, QJSEngine *);
 };
 
 /// The fixed tables the panels list (outfits, sizes, bedtimes) and the program's version, in forms QML can read.
@@ -63,8 +61,8 @@ class Catalog : public QObject
     Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
-    static Catalog *shared();
-    static Catalog *create(QQmlEngine *, QJSEngine *);
+    /// QML makes one per engine; the tables are fixed.
+    explicit Catalog(QObject *parent = nullptr);
 
     static QVariantList outfits();
     static QVariantList sizes();
@@ -77,9 +75,6 @@ public:
     /// The outfit she wears today for a choice: seasonal follows the calendar.
     Q_INVOKABLE int resolvedOutfit(int outfit) const;
     Q_INVOKABLE QString sizeLabel(int size) const;
-
-private:
-    Catalog() = default;
 };
 
 /// The folder grants as the panels show and change them: the folders, which are granted, whether the
@@ -95,11 +90,10 @@ class FolderGrants : public QObject
     Q_PROPERTY(bool direct READ direct NOTIFY directChanged)
 
 public:
-    /// Over FleetAccess::shared(), direct as FleetAccess::direct() reports it.
-    static FolderGrants *shared();
-    static FolderGrants *create(QQmlEngine *, QJSEngine *);
+    /// The instance the engine was built with.
+    static FolderGrants *create(QQmlEngine *engine, QJSEngine *);
 
-    explicit FolderGrants(FleetAccess *access, QObject *parent = nullptr);
+    FolderGrants(FleetAccess *access, SessionWatcher *watcher, QObject *parent = nullptr);
 
     static QVariantList folders();
     QStringList grantedIds() const;
@@ -118,12 +112,6 @@ Q_SIGNALS:
 
 private:
     QPointer<FleetAccess> m_access;
-    bool m_direct = false;
+    QPointer<SessionWatcher> m_watcher;
+    bool m_direct = true;
 };
-
-namespace Yuzuha
-{
-/// Readies an engine for the Yuzuha views: finds the compiled-in module ("import Yuzuha") and serves
-/// the sprite images ("image://sprites/<outfit>/<tier>"). Call it on every engine before it loads a view.
-void prepareEngine(QQmlEngine &engine);
-} // namespace Yuzuha

@@ -1,12 +1,10 @@
 #include "sessionspopover.h"
 
-#include "petcontroller.h"
+#include "dimensions.h"
 #include "sessionlistmodel.h"
 #include "sessionwatcher.h"
 #include "theme.h"
-#include "windowmanager.h"
 
-#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -18,116 +16,96 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-QPointer<SessionsPopover> s_current;
-} // namespace
-
-SessionsPopover::SessionsPopover(SessionWatcher *watcher, QWindow *panel, const QRect &anchor)
-    : QObject(panel)
+SessionsPopover::SessionsPopover(SessionWatcher *watcher, QQmlEngine *engine, QObject *parent)
+    : QObject(parent)
     , m_watcher(watcher)
-    , m_panel(panel)
-    , m_anchor(anchor)
+    , m_engine(engine)
     , m_model(new SessionListModel(this))
-    , m_view(std::make_unique<QQuickView>(engine(), nullptr))
 {
     reload();
     if (m_watcher) {
         connect(m_watcher, &SessionWatcher::sessionsChanged, this, &SessionsPopover::reload);
         connect(m_watcher, &SessionWatcher::pinnedIDChanged, this, &SessionsPopover::reload);
     }
-
-    // A popup is what a transient popover is here: no frame, no taskbar entry, gone on a click elsewhere.
-    m_view->setFlags(Qt::Popup | Qt::FramelessWindowHint);
-    m_view->setTransientParent(panel);
-    m_view->setColor(Theme::machine());
-    m_view->setResizeMode(QQuickView::SizeViewToRootObject);
-    m_view->setInitialProperties({ { u"sessions"_s, QVariant::fromValue(m_model) } });
-    m_view->setSource(QUrl(u"qrc:/qt/qml/Yuzuha/SessionsView.qml"_s));
-    if (QQuickItem *root = m_view->rootObject()) {
-        connect(root, SIGNAL(toggled(QString)), this, SLOT(toggleSession(QString)));
-        connect(root, SIGNAL(followFullest()), this, SLOT(followFullest()));
-        connect(root, SIGNAL(settingsRequested()), this, SLOT(openSettings()));
-        connect(root, SIGNAL(hideRequested()), this, SLOT(hidePet()));
-    }
-    // The list grows and shrinks as sessions come and go; keep the window beside her and on screen.
-    connect(m_view.get(), &QWindow::heightChanged, this, &SessionsPopover::place);
-    // The window system may take a popup down by itself (another grab, a compositor's dismissal).
-    connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
-        if (!visible)
-            close();
-    });
-    m_view->installEventFilter(this);
-
-    place();
-    m_view->show();
-    m_view->requestActivate();
 }
 
 SessionsPopover::~SessionsPopover()
 {
-    // The window may still be up when its owner goes (her panel at exit); its last signals must not
-    // reach a popover that is half gone.
-    m_closing = true;
-    m_view->removeEventFilter(this);
-    disconnect(m_view.get(), nullptr, this, nullptr);
+    // The window may still be up at exit; its last signals must not reach a popover that is half gone.
+    if (m_view) {
+        m_view->removeEventFilter(this);
+        disconnect(m_view, nullptr, this, nullptr);
+        delete m_view;
+    }
 }
 
-void SessionsPopover::toggle(QWindow *panel, const QRectF &sprite)
+void SessionsPopover::toggle(QWindow *panel, const QRect &anchor)
 {
     // A second click while it is open takes it away.
-    if (s_current && s_current->isShown()) {
-        s_current->close();
+    if (isShown()) {
+        close();
         return;
     }
-    closeCurrent();
-    const QRect anchor = sprite.translated(panel ? QPointF(panel->position()) : QPointF()).toAlignedRect();
-    s_current = new SessionsPopover(SessionWatcher::shared(), panel, anchor);
+    open(panel, anchor);
 }
 
-SessionsPopover *SessionsPopover::current()
+void SessionsPopover::open(QWindow *panel, const QRect &anchor)
 {
-    return s_current && !s_current->m_closing ? s_current.data() : nullptr;
-}
+    close();
+    m_panel = panel;
+    m_anchor = anchor;
+    auto *view = new QQuickView(m_engine, nullptr);
+    m_view = view;
+    // A popup is what a transient popover is here: no frame, no taskbar entry, gone on a click elsewhere.
+    view->setFlags(Qt::Popup | Qt::FramelessWindowHint);
+    view->setTransientParent(panel);
+    view->setColor(Theme::machine());
+    view->setResizeMode(QQuickView::SizeViewToRootObject);
+    view->setInitialProperties({ { u"sessions"_s, QVariant::fromValue(m_model) }, { u"popover"_s, QVariant::fromValue(this) } });
+    view->setSource(QUrl(u"qrc:/qt/qml/Yuzuha/SessionsView.qml"_s));
+    for (const QQmlError &error : view->errors())
+        qWarning().noquote() << error.toString();
+    // The list grows and shrinks as sessions come and go; keep the window beside her and on screen.
+    connect(view, &QWindow::heightChanged, this, &SessionsPopover::place);
+    // The window system may take a popup down by itself (another grab, a compositor's dismissal).
+    connect(view, &QWindow::visibleChanged, this, [this, view](bool visible) {
+        if (!visible && view == m_view)
+            close();
+    });
+    view->installEventFilter(this);
 
-void SessionsPopover::closeCurrent()
-{
-    if (s_current)
-        s_current->close();
+    place();
+    view->show();
+    view->requestActivate();
 }
 
 bool SessionsPopover::isShown() const
 {
-    return !m_closing && m_view->isVisible();
+    return m_view && m_view->isVisible();
 }
 
 void SessionsPopover::close()
 {
-    if (m_closing)
+    if (!m_view)
         return;
-    m_closing = true;
-    m_view->setMouseGrabEnabled(false);
-    m_view->setKeyboardGrabEnabled(false);
-    m_view->hide();
+    QQuickView *view = m_view;
+    m_view = nullptr;
+    view->removeEventFilter(this);
+    view->setMouseGrabEnabled(false);
+    view->setKeyboardGrabEnabled(false);
+    view->hide();
     Q_EMIT closed();
-    deleteLater();
-}
-
-Qt::Edge SessionsPopover::edgeFor(const QRect &panel, const QRect &available)
-{
-    // Compared in doubles: a 1-pixel difference of an odd width still counts, equality opens to her right.
-    const double panelMid = panel.x() + panel.width() / 2.0;
-    const double screenMid = available.x() + available.width() / 2.0;
-    return panelMid > screenMid ? Qt::LeftEdge : Qt::RightEdge;
+    // A button of this window may be what closed it: let the current event finish first.
+    view->deleteLater();
 }
 
 QRect SessionsPopover::placement(const QRect &anchor, QSize size, Qt::Edge edge, const QRect &available)
 {
     QRect frame(QPoint(), size);
     if (edge == Qt::LeftEdge)
-        frame.moveRight(anchor.left() - gap - 1);
+        frame.moveRight(anchor.left() - Dimensions::popoverGap - 1);
     else
-        frame.moveLeft(anchor.right() + gap + 1);
+        frame.moveLeft(anchor.right() + Dimensions::popoverGap + 1);
     frame.moveTop(anchor.top() + (anchor.height() - size.height()) / 2);
     if (available.isEmpty())
         return frame;
@@ -138,11 +116,13 @@ QRect SessionsPopover::placement(const QRect &anchor, QSize size, Qt::Edge edge,
 
 void SessionsPopover::place()
 {
+    if (!m_view)
+        return;
     QScreen *screen = m_panel ? m_panel->screen() : QGuiApplication::primaryScreen();
     const QRect available = screen ? screen->availableGeometry() : QRect();
     const QRect panel = m_panel ? m_panel->geometry() : m_anchor;
-    const QSize size(width, std::max(1, m_view->height()));
-    m_view->setGeometry(placement(m_anchor, size, edgeFor(panel, available), available));
+    const QSize size(Dimensions::popoverWidth(), std::max(1, m_view->height()));
+    m_view->setGeometry(placement(m_anchor, size, Dimensions::popoverEdge(panel, available), available));
 }
 
 void SessionsPopover::reload()
@@ -163,11 +143,11 @@ void SessionsPopover::grabInput()
 
 bool SessionsPopover::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched != m_view.get())
+    if (!m_view || watched != m_view)
         return false;
     switch (event->type()) {
     case QEvent::Expose:
-        if (m_view->isExposed() && !m_closing)
+        if (m_view->isExposed())
             grabInput();
         break;
     case QEvent::MouseButtonPress: {
@@ -207,24 +187,11 @@ void SessionsPopover::followFullest()
 void SessionsPopover::openSettings()
 {
     close();
-    WindowManager::shared()->showSettings();
+    Q_EMIT settingsRequested();
 }
 
 void SessionsPopover::hidePet()
 {
     close();
-    // Her own hide procedure: petVisible off (stored) and the panel taken off screen.
-    PetController::shared()->hideFromMenu();
-}
-
-QQmlEngine *SessionsPopover::engine()
-{
-    // One engine for every popover of the run: the views compile once and reopen quickly.
-    static QPointer<QQmlEngine> engine;
-    if (!engine) {
-        engine = new QQmlEngine(QCoreApplication::instance());
-        // The Yuzuha module is compiled in under this prefix.
-        engine->addImportPath(u"qrc:/qt/qml"_s);
-    }
-    return engine;
+    Q_EMIT hideRequested();
 }

@@ -1,11 +1,10 @@
 #include "spriteimageprovider.h"
 
-#include "sprites.h"
-
 using namespace Qt::StringLiterals;
 
-SpriteImageProvider::SpriteImageProvider()
+SpriteImageProvider::SpriteImageProvider(Sprites::Store *sprites)
     : QQuickImageProvider(QQuickImageProvider::Image)
+    , m_sprites(sprites)
 {
 }
 
@@ -31,8 +30,8 @@ QImage SpriteImageProvider::requestImage(const QString &id, QSize *size, const Q
     Preferences::Outfit outfit = Preferences::Outfit::office;
     int tier = 0;
     QImage image;
-    if (parse(id, &outfit, &tier))
-        image = Sprites::original(tier, outfit);
+    if (m_sprites && parse(id, &outfit, &tier))
+        image = m_sprites->original(tier, outfit);
     if (!image.isNull() && requestedSize.isValid() && !requestedSize.isEmpty())
         image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     else if (!image.isNull() && (requestedSize.width() > 0 || requestedSize.height() > 0)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "preferences.h"
+#include "sprites.h"
 
 #include <QQuickImageProvider>
 
@@ -12,10 +13,14 @@
 class SpriteImageProvider : public QQuickImageProvider
 {
 public:
-    SpriteImageProvider();
+    /// Serves the images of `sprites`, which must outlive the provider's engine.
+    explicit SpriteImageProvider(Sprites::Store *sprites);
 
     QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override;
 
     /// The outfit and tier an id names; false for anything malformed.
     static bool parse(const QString &id, Preferences::Outfit *outfit, int *tier);
+
+private:
+    Sprites::Store *m_sprites;
 };

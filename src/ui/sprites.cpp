@@ -8,40 +8,6 @@
 
 using namespace Qt::StringLiterals;
 
-int Sprites::widthFor(int pixelHeight)
-{
-    // std::lround rounds halves away from zero, as the panel does.
-    return static_cast<int>(std::lround(pixelHeight * 427.0 / 1151.0));
-}
-
-QImage Sprites::original(int tier, std::optional<Preferences::Outfit> outfit)
-{
-    return shared().original(tier, outfit);
-}
-
-QImage Sprites::image(int tier, int pixelHeight)
-{
-    return shared().image(tier, pixelHeight);
-}
-
-QIcon Sprites::menuBar()
-{
-    const QImage pixels = shared().menuBarImage();
-    if (pixels.isNull())
-        return {};
-    QPixmap pixmap = QPixmap::fromImage(pixels);
-    // The file is drawn at twice the icon's size, so it stays crisp on high-density screens.
-    pixmap.setDevicePixelRatio(pixels.width() / 18.0);
-    return QIcon(pixmap);
-}
-
-Sprites::Store &Sprites::shared()
-{
-    static Store store(
-        u":/"_s, [] { return Preferences::shared()->outfit(); }, [] { return QDate::currentDate(); });
-    return store;
-}
-
 Sprites::Store::Store(QString root, std::function<Preferences::Outfit()> outfit, std::function<QDate()> today)
     : m_root(std::move(root))
     , m_outfit(std::move(outfit))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dimensions.h"
 #include "preferences.h"
 
 #include <QDate>
@@ -12,9 +13,6 @@
 #include <functional>
 #include <optional>
 
-/// Every sprite is 427 wide for 1151 high; the panel and the scaled bitmaps are sized from this ratio.
-inline constexpr double spriteAspect = 427.0 / 1151.0;
-
 /// The character's pixel-art images: the file for an outfit and tier, scaled to the height the stage draws at.
 /// Static operations over two process-wide caches (main thread only); failures are never cached.
 class Sprites
@@ -22,18 +20,11 @@ class Sprites
 public:
     Sprites() = delete;
 
-    /// round(pixelHeight × 427 / 1151), halves away from zero.
-    static int widthFor(int pixelHeight);
+    /// The sprite width for a height, from the sprites' aspect.
+    static int widthFor(int pixelHeight) { return Dimensions::spriteWidth(pixelHeight); }
 
-    /// The full-size image of a tier (0–6) for an outfit (the chosen one when none is given), or a null image.
-    static QImage original(int tier, std::optional<Preferences::Outfit> outfit = std::nullopt);
-    /// The sprite of the chosen outfit scaled to exactly widthFor(pixelHeight) × pixelHeight, or a null image.
-    static QImage image(int tier, int pixelHeight);
-    /// The tray icon, read anew each time; null when the file is missing or unreadable.
-    static QIcon menuBar();
-
-    /// One pair of caches over one resource root. The program uses a single store over the compiled-in
-    /// resources; tests build their own over a folder and a fixed day.
+    /// One pair of caches over one resource root. The program builds a single store over the compiled-in
+    /// resources at start-up; tests build their own over a folder and a fixed day.
     class Store
     {
     public:
@@ -41,7 +32,9 @@ public:
         /// outfit and `today` the day that resolves the seasonal one.
         Store(QString root, std::function<Preferences::Outfit()> outfit, std::function<QDate()> today);
 
+        /// The full-size image of a tier (0–6) for an outfit (the chosen one when none is given), or a null image.
         QImage original(int tier, std::optional<Preferences::Outfit> outfit = std::nullopt);
+        /// The sprite of the chosen outfit scaled to exactly widthFor(pixelHeight) × pixelHeight, or a null image.
         QImage image(int tier, int pixelHeight);
         /// The tray icon's pixels, 36 × 36 for an 18-point icon; null when missing.
         QImage menuBarImage() const;
@@ -59,7 +52,4 @@ public:
         QHash<QString, QImage> m_originals;
         QHash<QString, QImage> m_scaled;
     };
-
-    /// The program's store: compiled-in resources, the shared preferences and the calendar.
-    static Store &shared();
 };

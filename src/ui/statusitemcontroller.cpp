@@ -2,12 +2,9 @@
 
 #include "fleetaccess.h"
 #include "formatting.h"
-#include "petcontroller.h"
-#include "petpanel.h"
+#include "petmodel.h"
 #include "sessionwatcher.h"
-#include "sprites.h"
 #include "theme.h"
-#include "windowmanager.h"
 
 #include <QAction>
 #include <QCoreApplication>
@@ -23,8 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-QPointer<StatusItemController> s_shared;
-
 constexpr const char *commandProperty = "command";
 
 // Sizes trays commonly ask for; each gets its own drawing so the badge stays sharp.
@@ -46,12 +41,14 @@ QAction *addItem(QMenu *menu, const QString &text, StatusItemController::Command
 }
 } // namespace
 
-StatusItemController::StatusItemController(SessionWatcher *watcher, QObject *parent)
+StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, QObject *parent)
     : QObject(parent)
     , m_watcher(watcher)
+    , m_access(access)
+    , m_pet(pet)
     , m_menu(std::make_unique<QMenu>())
     , m_tray(std::make_unique<QSystemTrayIcon>())
-    , m_baseIcon(Sprites::shared().menuBarImage())
+    , m_baseIcon(std::move(icon))
 {
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
     connect(m_menu.get(), &QMenu::triggered, this, &StatusItemController::perform);
@@ -62,18 +59,12 @@ StatusItemController::StatusItemController(SessionWatcher *watcher, QObject *par
         if (reason == QSystemTrayIcon::Trigger && !m_menu->isVisible())
             m_menu->popup(QCursor::pos());
     });
-    s_shared = this;
     refresh();
     if (QSystemTrayIcon::isSystemTrayAvailable())
         m_tray->show();
 }
 
 StatusItemController::~StatusItemController() = default;
-
-StatusItemController *StatusItemController::shared()
-{
-    return s_shared.data();
-}
 
 void StatusItemController::refresh()
 {
@@ -105,9 +96,8 @@ StatusItemController::State StatusItemController::currentState() const
         state.sessions = m_watcher->sessions();
         state.pinnedID = m_watcher->pinnedID();
     }
-    state.granted = !FleetAccess::shared()->grantedIds().isEmpty();
-    const PetPanel *panel = PetController::shared()->panel();
-    state.petVisible = panel && panel->isVisible();
+    state.granted = m_access && !m_access->grantedIds().isEmpty();
+    state.petVisible = m_pet && m_pet->shown();
     return state;
 }
 
@@ -217,16 +207,16 @@ void StatusItemController::perform(const QAction *action)
         return;
     }
     case Command::toggleVisible:
-        if (const PetPanel *panel = PetController::shared()->panel(); panel && panel->isVisible())
-            PetController::shared()->hideFromMenu();
+        if (m_pet && m_pet->shown())
+            Q_EMIT hidePetRequested();
         else
-            PetController::shared()->showPet();
+            Q_EMIT showPetRequested();
         return;
     case Command::openSettings:
-        WindowManager::shared()->showSettings();
+        Q_EMIT settingsRequested();
         return;
     case Command::openWelcome:
-        WindowManager::shared()->showWelcome();
+        Q_EMIT welcomeRequested();
         return;
     case Command::quit:
         QCoreApplication::quit();

@@ -11,6 +11,8 @@
 #include <memory>
 #include <optional>
 
+class FleetAccess;
+class PetModel;
 class QAction;
 class QMenu;
 class QSystemTrayIcon;
@@ -39,19 +41,17 @@ public:
     /// Session items shown at most; the rest are reached through the popover.
     static constexpr int menuSessionLimit = 8;
 
-    /// Over `watcher` (the shared one in the program). Puts the item in the tray and becomes `shared()`.
-    explicit StatusItemController(SessionWatcher *watcher, QObject *parent = nullptr);
+    /// Over `watcher`, the folder gate and her model (whether she is on screen), with `icon` as the
+    /// tray image under the badge. Puts the item in the tray.
+    StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, QObject *parent = nullptr);
     ~StatusItemController() override;
-
-    /// The most recently made controller, or null.
-    static StatusItemController *shared();
 
     /// Redraws the badge (only when the percentage changed) and the tooltip from the focused session.
     void refresh();
 
     QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
     QMenu *menu() const { return m_menu.get(); }
-    /// The menu's state as the watcher, the gate and the pet have it now.
+    /// The menu's state as the watcher, the gate and her model have it now.
     State currentState() const;
 
     /// " 42%" for a focused session, empty without one: the text a tray with titles shows after the icon.
@@ -72,6 +72,12 @@ public:
     /// Carries out the command of a chosen menu item.
     void perform(const QAction *action);
 
+Q_SIGNALS:
+    void showPetRequested();
+    void hidePetRequested();
+    void settingsRequested();
+    void welcomeRequested();
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -80,6 +86,8 @@ private:
     void updateIcon(std::optional<int> percent);
 
     QPointer<SessionWatcher> m_watcher;
+    QPointer<FleetAccess> m_access;
+    QPointer<PetModel> m_pet;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     QImage m_baseIcon;

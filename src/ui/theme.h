@@ -5,9 +5,6 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
-class QQmlEngine;
-class QJSEngine;
-
 /// The application's one palette: an office desk of paper, manila, sticky notes, an LCD and ink.
 class Theme : public QObject
 {
@@ -63,9 +60,9 @@ public:
     Q_INVOKABLE static QFont heavyFont(qreal size);
     Q_INVOKABLE static QFont bodyFont(qreal size);
 
-    static Theme *instance();
-    static Theme *create(QQmlEngine *, QJSEngine *);
-
-private:
-    Theme() = default;
+    /// QML makes one per engine; the palette itself is fixed.
+    explicit Theme(QObject *parent = nullptr)
+        : QObject(parent)
+    {
+    }
 };

@@ -1,8 +1,6 @@
 #include "windowmanager.h"
 
-#include "petcontroller.h"
 #include "preferences.h"
-#include "qmlregistration.h"
 #include "theme.h"
 
 #include <QGuiApplication>
@@ -12,26 +10,19 @@
 
 using namespace Qt::StringLiterals;
 
-WindowManager *WindowManager::shared()
+WindowManager::WindowManager(Preferences *preferences, QQmlEngine *engine, QObject *parent)
+    : QObject(parent)
+    , m_preferences(preferences)
+    , m_engine(engine)
 {
-    static WindowManager *instance = new WindowManager;
-    return instance;
 }
-
-WindowManager *WindowManager::create(QQmlEngine *, QJSEngine *)
-{
-    QQmlEngine::setObjectOwnership(shared(), QQmlEngine::CppOwnership);
-    return shared();
-}
-
-WindowManager::WindowManager() = default;
 
 WindowManager::~WindowManager() = default;
 
 void WindowManager::showWelcome()
 {
     if (!m_welcome)
-        m_welcome = build(u"WelcomeView.qml"_s, u"Welcome to Yuzuha"_s, welcomeSize, Theme::nsMachine());
+        m_welcome = build(u"WelcomeView.qml"_s, u"Welcome to Yuzuha"_s, welcomeSize, Theme::nsMachine(), { { u"windows"_s, QVariant::fromValue(this) } });
     present(m_welcome.get());
 }
 
@@ -44,23 +35,18 @@ void WindowManager::showSettings()
 
 void WindowManager::finishWelcome()
 {
-    Preferences::shared()->defaults().setValue(Preferences::hasSeenWelcomeKey.toString(), true);
+    m_preferences->defaults().setValue(Preferences::hasSeenWelcomeKey.toString(), true);
     if (m_welcome) {
         m_welcome->close();
         // The button that called us lives in this window: let the current event finish before it goes.
         m_welcome.release()->deleteLater();
     }
-    PetController::shared()->showPet();
+    Q_EMIT welcomeFinished();
 }
 
-std::unique_ptr<QQuickView> WindowManager::build(const QString &view, const QString &title, QSize size, const QColor &background)
+std::unique_ptr<QQuickView> WindowManager::build(const QString &view, const QString &title, QSize size, const QColor &background, const QVariantMap &properties)
 {
-    if (!m_engine) {
-        // Both windows share one engine, so the module's types load once.
-        m_engine = std::make_unique<QQmlEngine>();
-        Yuzuha::prepareEngine(*m_engine);
-    }
-    auto window = std::make_unique<QQuickView>(m_engine.get(), nullptr);
+    auto window = std::make_unique<QQuickView>(m_engine, nullptr);
     // Titled and closable only: no minimise or maximise button, and a fixed size the user cannot drag.
     window->setFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::CustomizeWindowHint);
     window->setTitle(title);
@@ -69,6 +55,7 @@ std::unique_ptr<QQuickView> WindowManager::build(const QString &view, const QStr
     window->resize(size);
     window->setMinimumSize(size);
     window->setMaximumSize(size);
+    window->setInitialProperties(properties);
     window->setSource(QUrl(u"qrc:/qt/qml/Yuzuha/"_s + view));
     for (const QQmlError &error : window->errors())
         qWarning().noquote() << error.toString();

@@ -1,6 +1,7 @@
 #include "generate.h"
 
 #include "artbook.h"
+#include "preferences.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -72,23 +73,15 @@ QImage appIcon(const QImage &face)
 
 const QStringList &outfits()
 {
-    static const QStringList names {
-        u"office"_s,
-        u"halloween"_s,
-        u"christmas"_s,
-        u"eva"_s,
-        u"sailor"_s,
-        u"demonslayer"_s,
-        u"jujutsu"_s,
-        u"naruto"_s,
-        u"onepiece"_s,
-        u"spyfamily"_s,
-        u"titan"_s,
-        u"dragonball"_s,
-        u"hero"_s,
-        u"frieren"_s,
-        u"seifuku"_s,
-    };
+    // Every outfit with its own drawings: seasonal only picks one of them by the date.
+    static const QStringList names = [] {
+        QStringList list;
+        for (const Preferences::OutfitName &outfit : Preferences::outfits) {
+            if (outfit.outfit != Preferences::Outfit::seasonal)
+                list.append(outfit.raw.toString());
+        }
+        return list;
+    }();
     return names;
 }
 

@@ -110,6 +110,8 @@ private Q_SLOTS:
         QTest::addRow("first launch: the bottom-right corner") << QString() << true;
         QTest::addRow("an origin off every screen is corrected and stored") << u"{99999, 99999}"_s << true;
         QTest::addRow("an unreadable origin is (0, 0), which is on screen") << u"garbage"_s << false;
+        // The panel's centre is still on screen there, but of her only the top of her hair.
+        QTest::addRow("an origin showing only her hair is corrected") << u"{300, -250}"_s << true;
     }
     void launchPlacement()
     {
@@ -151,7 +153,7 @@ private Q_SLOTS:
     {
         Fixture f;
         f.controller->showOnLaunch();
-        f.controller->panel()->setPosition(100, 200);
+        f.controller->panel()->moveFrame(QPoint(100, 200));
         f.controller->moved();
         QCOMPARE(f.storedOrigin(), u"{100, %1}"_s.arg(primaryBottom() - 200 - 372));
     }

@@ -1,5 +1,6 @@
 #include "application.h"
 
+#include "desktopwatcher.h"
 #include "fleetaccess.h"
 #include "folderprompt.h"
 #include "fonts.h"
@@ -43,15 +44,17 @@ Application::Application(Environment environment, QObject *parent)
     m_windows = std::make_unique<WindowManager>(prefs, m_engine.get());
     m_popover = std::make_unique<SessionsPopover>(watcher, m_engine.get());
 
+    m_desktop = std::make_unique<DesktopWatcher>();
     PetController::Inputs inputs;
     inputs.preferences = prefs;
     inputs.sprites = m_sprites.get();
     inputs.focused = [watcher] { return watcher->focused(); };
     inputs.anyGranted = [access] { return !access->grantedIds().isEmpty(); };
     inputs.reduceMotion = environment.reduceMotion;
+    inputs.desktop = m_desktop.get();
     m_pet = std::make_unique<PetController>(std::move(inputs), m_engine.get());
     PetController *pet = m_pet.get();
-    m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), m_sprites->menuBarImage());
+    m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), m_sprites->menuBarImage(), m_desktop.get());
     StatusItemController *tray = m_tray.get();
     WindowManager *windows = m_windows.get();
     SessionsPopover *popover = m_popover.get();

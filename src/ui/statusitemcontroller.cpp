@@ -1,5 +1,7 @@
 #include "statusitemcontroller.h"
 
+#include "desktopwatcher.h"
+
 #include "fleetaccess.h"
 #include "formatting.h"
 #include "petmodel.h"
@@ -15,6 +17,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -41,27 +44,56 @@ QAction *addItem(QMenu *menu, const QString &text, StatusItemController::Command
 }
 } // namespace
 
-StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, QObject *parent)
+StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, DesktopWatcher *desktop, QObject *parent)
     : QObject(parent)
     , m_watcher(watcher)
     , m_access(access)
     , m_pet(pet)
     , m_menu(std::make_unique<QMenu>())
-    , m_tray(std::make_unique<QSystemTrayIcon>())
+    , m_desktop(desktop)
     , m_baseIcon(std::move(icon))
 {
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
     connect(m_menu.get(), &QMenu::triggered, this, &StatusItemController::perform);
     m_menu->installEventFilter(this);
+    refresh();
+    // Qt settles on one kind of tray (StatusNotifier or XEmbed) when the item is made: make it once a tray is there.
+    if (!m_desktop || m_desktop->trayPresent())
+        makeItem();
+    if (m_desktop) {
+        connect(m_desktop, &DesktopWatcher::trayChanged, this, [this] {
+            // A tray that has just started announces its host a moment after taking its name.
+            QTimer::singleShot(trayGraceMs, this, &StatusItemController::trayChanged);
+        });
+    }
+}
+
+void StatusItemController::makeItem()
+{
+    m_tray = std::make_unique<QSystemTrayIcon>();
     m_tray->setContextMenu(m_menu.get());
     // A status item opens its menu on any click; trays only do so on the secondary button by themselves.
     connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger && !m_menu->isVisible())
             m_menu->popup(QCursor::pos());
     });
-    refresh();
-    if (QSystemTrayIcon::isSystemTrayAvailable())
+    m_tray->setToolTip(m_toolTip);
+    m_tray->setIcon(m_icon);
+    if (m_desktop || QSystemTrayIcon::isSystemTrayAvailable())
         m_tray->show();
+}
+
+void StatusItemController::trayChanged()
+{
+    if (!m_desktop->trayPresent())
+        return;
+    if (!m_tray) {
+        makeItem();
+        return;
+    }
+    // A new tray (or a restarted panel) knows nothing of the item the old one showed: register it anew.
+    m_tray->hide();
+    m_tray->show();
 }
 
 StatusItemController::~StatusItemController() = default;
@@ -72,7 +104,9 @@ void StatusItemController::refresh()
     // Trays on Linux and Windows show no text beside the icon, so the title's percentage rides on the
     // icon's badge and in the tooltip. A macOS build would put titleText(focused) beside the icon in
     // DotGothic16 at 13 points, as its status items can.
-    m_tray->setToolTip(toolTipText(focused));
+    m_toolTip = toolTipText(focused);
+    if (m_tray)
+        m_tray->setToolTip(m_toolTip);
     updateIcon(focused ? std::optional<int>(focused->percent()) : std::nullopt);
 }
 
@@ -83,7 +117,9 @@ void StatusItemController::updateIcon(std::optional<int> percent)
     QIcon icon;
     for (int size : iconSizes)
         icon.addPixmap(QPixmap::fromImage(badgedIcon(m_baseIcon, percent, size)));
-    m_tray->setIcon(icon);
+    m_icon = icon;
+    if (m_tray)
+        m_tray->setIcon(icon);
     m_iconDrawn = true;
     m_iconPercent = percent;
 }

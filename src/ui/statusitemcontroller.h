@@ -2,6 +2,7 @@
 
 #include "session.h"
 
+#include <QIcon>
 #include <QImage>
 #include <QList>
 #include <QObject>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <optional>
 
+class DesktopWatcher;
 class FleetAccess;
 class PetModel;
 class QAction;
@@ -42,13 +44,16 @@ public:
     static constexpr int menuSessionLimit = 8;
 
     /// Over `watcher`, the folder gate and her model (whether she is on screen), with `icon` as the
-    /// tray image under the badge. Puts the item in the tray.
-    StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, QObject *parent = nullptr);
+    /// tray image under the badge. Puts the item in the tray; with `desktop`, once a tray is there and
+    /// again in each new one.
+    StatusItemController(
+        SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QImage icon, DesktopWatcher *desktop = nullptr, QObject *parent = nullptr);
     ~StatusItemController() override;
 
     /// Redraws the badge (only when the percentage changed) and the tooltip from the focused session.
     void refresh();
 
+    /// The item, or null while no tray has been there to take it.
     QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
     QMenu *menu() const { return m_menu.get(); }
     /// The menu's state as the watcher, the gate and her model have it now.
@@ -84,12 +89,19 @@ protected:
 private:
     void rebuildMenu();
     void updateIcon(std::optional<int> percent);
+    void makeItem();
+    void trayChanged();
+
+    static constexpr int trayGraceMs = 500;
 
     QPointer<SessionWatcher> m_watcher;
     QPointer<FleetAccess> m_access;
     QPointer<PetModel> m_pet;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
+    DesktopWatcher *m_desktop = nullptr;
+    QString m_toolTip;
+    QIcon m_icon;
     QImage m_baseIcon;
     bool m_iconDrawn = false;
     std::optional<int> m_iconPercent;

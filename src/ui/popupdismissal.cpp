@@ -4,6 +4,7 @@
 #include <QEvent>
 #include <QMenu>
 #include <QTimer>
+#include <QWindow>
 
 namespace PopupDismissal
 {
@@ -35,6 +36,16 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         switch (event->type()) {
+        case QEvent::Show:
+            // Xwayland keeps an X pointer grab from hearing that the pointer went to a Wayland window: let the
+            // grab go, so leaving her menus is heard. Clicks outside were never seen anyway.
+            if (auto *menu = qobject_cast<QMenu *>(watched)) {
+                QTimer::singleShot(0, menu, [menu] {
+                    if (QWindow *window = menu->windowHandle())
+                        window->setMouseGrabEnabled(false);
+                });
+            }
+            break;
         case QEvent::Leave:
             // Leaving one of her windows for another is followed by that one's Enter, which stops the clock.
             if (watched->isWidgetType() && static_cast<QWidget *>(watched)->isWindow())

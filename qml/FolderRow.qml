@@ -3,15 +3,15 @@ import QtQuick
 import QtQuick.Layouts
 import Yuzuha
 
-// One agent log folder and whether she may read it: "Reading" with direct access, otherwise
-// "Allow…" to grant it, or "Remove" beside "Allowed" once granted.
+// One agent log folder and whether she reads it: "Reading", or "Cannot read" when the folder is
+// there but its permissions keep her out.
 Item {
     id: row
 
-    // A map from FolderGrants.folders: id, label, relativePath, provider.
+    // A map from FleetAccess.folders: id, label, relativePath, provider.
     required property var folder
     property bool last: false
-    readonly property bool granted: FolderGrants.grantedIds.indexOf(row.folder.id) >= 0
+    readonly property bool unreadable: FleetAccess.unreadableIds.indexOf(row.folder.id) >= 0
 
     implicitWidth: line.implicitWidth
     implicitHeight: line.implicitHeight + 22
@@ -33,7 +33,8 @@ Item {
             }
 
             Text {
-                text: "~/" + row.folder.relativePath
+                objectName: "folderPath"
+                text: "~/" + row.folder.relativePath + (row.unreadable ? " · its permissions keep her out" : "")
                 font: Theme.bodyFont(11.5)
                 color: Theme.inkSoft
             }
@@ -45,43 +46,8 @@ Item {
 
         Badge {
             objectName: "readingBadge"
-            visible: FolderGrants.direct
-            text: "Reading"
-            fill: Theme.mint
-        }
-
-        Text {
-            id: remove
-            objectName: "removeButton"
-            visible: !FolderGrants.direct && row.granted
-            text: "Remove"
-            font: Theme.heavyFont(12)
-            color: Theme.inkSoft
-
-            Accessible.role: Accessible.Button
-            Accessible.name: remove.text
-            Accessible.onPressAction: FolderGrants.revoke(row.folder.id)
-
-            MouseArea {
-                anchors.fill: parent
-                cursorShape: Qt.PointingHandCursor
-                onClicked: FolderGrants.revoke(row.folder.id)
-            }
-        }
-
-        Badge {
-            objectName: "allowedBadge"
-            visible: !FolderGrants.direct && row.granted
-            text: "Allowed"
-            fill: Theme.mint
-        }
-
-        OfficeButton {
-            objectName: "allowButton"
-            visible: !FolderGrants.direct && !row.granted
-            text: "Allow\u2026"
-            prominent: true
-            onClicked: FolderGrants.request(row.folder.id)
+            text: row.unreadable ? "Cannot read" : "Reading"
+            fill: row.unreadable ? Theme.coral : Theme.mint
         }
     }
 

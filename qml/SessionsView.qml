@@ -12,6 +12,8 @@ Rectangle {
     // What the controls do: follow or let go, open the settings, hide her.
     required property SessionsPopover popover
 
+    // The agent folders that are there but shut to her, as "~/.codex/sessions".
+    readonly property var unreadablePaths: FleetAccess.folders.filter(folder => FleetAccess.unreadableIds.indexOf(folder.id) >= 0).map(folder => "~/" + folder.relativePath)
     readonly property color divider: Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.25)
 
     width: Dimensions.popoverWidth
@@ -123,6 +125,17 @@ Rectangle {
                 width: ListView.view.width - 16
                 onToggled: id => view.popover.toggleSession(id)
             }
+        }
+
+        Text {
+            objectName: "unreadableText"
+            visible: view.unreadablePaths.length > 0
+            Layout.fillWidth: true
+            Layout.margins: 16
+            text: "She cannot read " + view.unreadablePaths.join(" or ") + ": the folder's permissions keep her out."
+            wrapMode: Text.WordWrap
+            font: Theme.bodyFont(12)
+            color: Theme.coralDeep
         }
 
         Rectangle {

@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Yuzuha
 
 // The settings sheet, "Her desk, your rules": one scrolling page of four sections whose controls
-// write straight through to the preferences and the folder grants; there is nothing to apply.
+// write straight through to the preferences; there is nothing to apply.
 Item {
     id: view
 
@@ -295,7 +295,7 @@ Item {
                         spacing: 0
 
                         Repeater {
-                            model: FolderGrants.folders
+                            model: FleetAccess.folders
 
                             FolderRow {
                                 required property var modelData
@@ -303,7 +303,7 @@ Item {
                                 objectName: "folder_" + modelData.id
                                 Layout.fillWidth: true
                                 folder: modelData
-                                last: index === FolderGrants.folders.length - 1
+                                last: index === FleetAccess.folders.length - 1
                             }
                         }
                     }

@@ -3,14 +3,13 @@ import QtQuick
 import QtQuick.Layouts
 import Yuzuha
 
-// The first-run sheet: she introduces herself, offers the folders to grant when they are not read
-// directly, and one button puts her on the desktop and closes the window for good.
+// The first-run sheet: she introduces herself, and one button puts her on the desktop and closes
+// the window for good.
 Rectangle {
     id: view
 
     // The window manager that opened this window; its closing button hands back to it.
     required property WindowManager windows
-    readonly property bool anyGranted: FolderGrants.grantedIds.length > 0
     // The portrait shows the outfit she wears at the time the window is built.
     property string portraitSource
 
@@ -70,46 +69,6 @@ Rectangle {
                 }
             }
 
-            // With direct access every folder is already read, so there is nothing to grant here.
-            Rectangle {
-                objectName: "folderBox"
-                visible: !FolderGrants.direct
-                Layout.fillWidth: true
-                implicitHeight: box.implicitHeight + 28
-                radius: 12
-                color: Theme.paper
-                border.color: Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.35)
-                border.width: 1
-
-                ColumnLayout {
-                    id: box
-                    x: 14
-                    y: 14
-                    width: parent.width - 28
-                    spacing: 10
-
-                    Text {
-                        Layout.fillWidth: true
-                        text: "Let me see your sessions. Each one takes one click."
-                        font: Theme.heavyFont(12.5)
-                        color: Theme.ink
-                        wrapMode: Text.Wrap
-                    }
-
-                    Repeater {
-                        model: FolderGrants.folders
-
-                        FolderRow {
-                            required property var modelData
-                            objectName: "folder_" + modelData.id
-                            Layout.fillWidth: true
-                            folder: modelData
-                            last: false
-                        }
-                    }
-                }
-            }
-
             Text {
                 Layout.fillWidth: true
                 text: "Drag me anywhere. Click me for your sessions. Right click for my size."
@@ -128,8 +87,8 @@ Rectangle {
                 OfficeButton {
                     id: closing
                     objectName: "closingButton"
-                    text: view.anyGranted ? "Start the day" : "Later"
-                    prominent: view.anyGranted
+                    text: "Start the day"
+                    prominent: true
                     onClicked: view.windows.finishWelcome()
                 }
             }

@@ -14,14 +14,15 @@
 namespace QuickDriver
 {
 /// The program's objects over empty settings, a home folder and an autostart folder in `folder`,
-/// never the user's own.
-inline std::unique_ptr<Application> scratchApplication(const QString &folder)
+/// never the user's own; `probe` plays the agent folders' permissions.
+inline std::unique_ptr<Application> scratchApplication(const QString &folder, FleetAccess::Probe probe = {})
 {
     QStandardPaths::setTestModeEnabled(true);
     Application::Environment environment;
     environment.store = std::make_unique<QSettings>(folder + QStringLiteral("/Yuzuha.conf"), QSettings::IniFormat);
     environment.home = folder + QStringLiteral("/home");
     environment.loginItem = LoginItem(folder + QStringLiteral("/autostart"), QStringLiteral("/opt/yuzuha/bin/yuzuha"));
+    environment.folderProbe = std::move(probe);
     return std::make_unique<Application>(std::move(environment));
 }
 

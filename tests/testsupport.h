@@ -1,7 +1,7 @@
 #pragma once
 
-// Builders the tests share: agent log lines, log files, sessions, a watcher over a scratch home,
-// a scripted folder chooser and a way to run the terminal tool.
+// Builders the tests share: agent log lines, log files, sessions, a watcher over a scratch home
+// and a way to run the terminal tool.
 
 #include "fleetaccess.h"
 #include "session.h"
@@ -79,29 +79,6 @@ inline SessionWatcher::Config watcherConfig(const QString &home, SessionScan::Cl
     auto snapshots = std::make_shared<const QList<FleetAccess::Snapshot>>(FleetAccess::directSnapshots(home));
     return { [snapshots] { return snapshots; }, std::move(clock), [](qsizetype, qsizetype) {} };
 }
-
-/// Plays the user: answers the chooser with the next scripted pick (none = cancel) and the alert with the next answer.
-class ScriptedPrompt : public FolderPrompt
-{
-public:
-    QList<std::optional<QString>> picks;
-    QList<bool> answers;
-    QStringList startFolders;
-    QStringList messages;
-    QStringList alerts;
-
-    std::optional<QString> chooseFolder(const QString &message, const QString &confirmTitle, const QString &startFolder) override
-    {
-        messages.append(message + u" | "_s + confirmTitle);
-        startFolders.append(startFolder);
-        return picks.isEmpty() ? std::nullopt : picks.takeFirst();
-    }
-    bool ask(const QString &message, const QString &informativeText, const QStringList &buttons) override
-    {
-        alerts.append(message + u" | "_s + informativeText + u" | "_s + buttons.join(u','));
-        return !answers.isEmpty() && answers.takeFirst();
-    }
-};
 
 struct Run {
     int exitCode = -1;

@@ -1,4 +1,5 @@
 #include "dimensions.h"
+#include "qmlregistration.h"
 #include "quickdriver.h"
 #include "sessionlistmodel.h"
 #include "sessionspopover.h"
@@ -23,14 +24,15 @@ Session numbered(int n, std::optional<qint64> tokens = 84'000)
     return session(u"project-%1"_s.arg(n), tokens, 200'000, QDateTime::currentDateTime().addSecs(-60 * n));
 }
 
-// The view as the popover hosts it, over a model the test feeds.
+// The view as the popover hosts it, over a model the test feeds and folders that are all readable.
 struct Hosted {
+    FleetAccess access { u"/nowhere"_s, [](const QString &) { return FleetAccess::State::readable; } };
+    ViewEngine engine { nullptr, &access, nullptr };
     SessionListModel model;
-    QQuickView view;
+    QQuickView view { &engine, nullptr };
 
     Hosted()
     {
-        view.engine()->addImportPath(u"qrc:/qt/qml"_s);
         view.setResizeMode(QQuickView::SizeViewToRootObject);
         view.setInitialProperties({ { u"sessions"_s, QVariant::fromValue(&model) }, { u"popover"_s, QVariant::fromValue<SessionsPopover *>(nullptr) } });
         view.setSource(QUrl(u"qrc:/qt/qml/Yuzuha/SessionsView.qml"_s));
@@ -213,8 +215,8 @@ private Q_SLOTS:
         watcher.start();
         QVERIFY(published.wait(5'000));
 
-        QQmlEngine engine;
-        engine.addImportPath(u"qrc:/qt/qml"_s);
+        FleetAccess access(dir.path());
+        ViewEngine engine(nullptr, &access, nullptr);
         SessionsPopover host(&watcher, &engine);
         SessionsPopover *popover = &host;
         popover->toggle(nullptr, QRect(900, 300, 93, 250));

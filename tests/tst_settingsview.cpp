@@ -1,6 +1,5 @@
 #include "quickdriver.h"
 
-#include "fleetaccess.h"
 #include "qmlregistration.h"
 #include "sessionwatcher.h"
 #include "testsupport.h"
@@ -15,19 +14,6 @@ using namespace Qt::StringLiterals;
 using QuickDriver::click;
 using QuickDriver::find;
 
-namespace
-{
-const FleetFolder &folder(const QString &id)
-{
-    for (const FleetFolder &known : FleetAccess::folders()) {
-        if (known.id == id)
-            return known;
-    }
-    qFatal("unknown folder");
-}
-
-} // namespace
-
 class SettingsViewTest : public QObject
 {
     Q_OBJECT
@@ -35,13 +21,7 @@ class SettingsViewTest : public QObject
     QTemporaryDir m_config;
     std::unique_ptr<Application> m_app;
     QQuickView *m_view = nullptr;
-
-    // Without grants the watcher's passes have nothing to read, so clicking never reaches real logs.
-    void revokeAll()
-    {
-        for (const FleetFolder &known : FleetAccess::folders())
-            m_app->access()->revoke(known);
-    }
+    QSet<QString> m_unreadable; // played folder permissions, by path
 
     QQuickItem *item(const QString &name) const
     {
@@ -55,24 +35,15 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_config.isValid());
-        m_app = QuickDriver::scratchApplication(m_config.path());
-        revokeAll();
+        m_app = QuickDriver::scratchApplication(m_config.path(),
+            [this](const QString &path) { return m_unreadable.contains(path) ? FleetAccess::State::unreadable : FleetAccess::State::missing; });
         m_app->windows()->showSettings();
         m_view = m_app->windows()->settings();
         QVERIFY(m_view);
         QCOMPARE(m_view->status(), QQuickView::Ready);
     }
     void cleanupTestCase() { m_app.reset(); }
-    void init()
-    {
-        m_app->grants()->setDirect(true);
-        QVERIFY(QTest::qWaitForWindowExposed(m_view));
-    }
-    void cleanup()
-    {
-        revokeAll();
-        m_app->access()->setPrompt(nullptr);
-    }
+    void init() { QVERIFY(QTest::qWaitForWindowExposed(m_view)); }
 
     void switchWritesItsSetting_data()
     {
@@ -203,7 +174,7 @@ private Q_SLOTS:
         QVERIFY(!find(item(u"tile_office"_s), u"autoBadge"_s));
     }
 
-    // A count written by hand selects no row; each click writes its count, selects only its row and asks for a fresh pass.
+    // A count written by hand selects no row; each click writes its count, selects only its row and hands it to the watcher.
     void bedtimeRows()
     {
         Preferences *prefs = m_app->preferences();
@@ -218,14 +189,14 @@ private Q_SLOTS:
             return rows;
         };
         QCOMPARE(selected(), QList<int>());
-        QSignalSpy refreshed(m_app->watcher(), &SessionWatcher::refreshRequested);
         for (const auto &[row, tokens] : { std::pair { 2, qint64(400'000) }, std::pair { 1, qint64(200'000) }, std::pair { 0, qint64(0) } }) {
             click(item(u"bedtime_%1"_s.arg(row)));
             QCOMPARE(prefs->bedtime(), tokens);
             QCOMPARE(prefs->defaults().value(u"bedtimeTokens"_s).toLongLong(), tokens);
+            // The watcher's next pass uses it.
+            QCOMPARE(m_app->watcher()->bedtime(), tokens);
             QCOMPARE(selected(), QList<int> { row });
         }
-        QCOMPARE(refreshed.size(), 3);
     }
 
     void loginSwitchShowsTheRegistration()
@@ -260,68 +231,22 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(folder));
     }
 
-    void folderRowsByGrantState_data()
+    void folderRowsSayWhatSheCannotRead()
     {
-        QTest::addColumn<bool>("direct");
-        QTest::addColumn<bool>("granted");
-        QTest::addColumn<QStringList>("shown");
-
-        QTest::addRow("direct access reads every folder, even without a grant") << true << false << QStringList { u"readingBadge"_s };
-        QTest::addRow("granted") << false << true << QStringList { u"removeButton"_s, u"allowedBadge"_s };
-        QTest::addRow("not granted") << false << false << QStringList { u"allowButton"_s };
-    }
-
-    void folderRowsByGrantState()
-    {
-        QFETCH(bool, direct);
-        QFETCH(bool, granted);
-        QFETCH(QStringList, shown);
-        m_app->grants()->setDirect(direct);
-        for (const FleetFolder &known : FleetAccess::folders()) {
-            if (granted)
-                m_app->access()->store(m_app->access()->home(), known);
-            QQuickItem *row = item(u"folder_"_s + known.id);
-            QVERIFY(row);
-            QStringList visible;
-            for (const QString &name : { u"readingBadge"_s, u"removeButton"_s, u"allowedBadge"_s, u"allowButton"_s }) {
-                if (find(row, name))
-                    visible.append(name);
-            }
-            QCOMPARE(visible, shown);
-        }
-    }
-
-    void removeRevokesAndRefreshes()
-    {
-        m_app->grants()->setDirect(false);
-        m_app->access()->store(m_app->access()->home(), folder(u"codex"_s));
-        QSignalSpy refreshed(m_app->watcher(), &SessionWatcher::refreshRequested);
-        QQuickItem *row = item(u"folder_codex"_s);
-
-        click(find(row, u"removeButton"_s));
-        QVERIFY(!m_app->access()->grantedIds().contains(u"codex"_s));
-        QCOMPARE(refreshed.size(), 1);
-        QVERIFY(find(row, u"allowButton"_s) && !find(row, u"allowedBadge"_s));
-    }
-
-    void allowOpensTheChooserAtTheFolder()
-    {
-        m_app->grants()->setDirect(false);
-        // The user cancels: nothing is granted, and the watcher is still asked to look again.
-        auto prompt = std::make_unique<TestSupport::ScriptedPrompt>();
-        const QStringList &startFolders = prompt->startFolders;
-        m_app->access()->setPrompt(std::move(prompt));
-        QSignalSpy refreshed(m_app->watcher(), &SessionWatcher::refreshRequested);
-        QQuickItem *row = item(u"folder_claude"_s);
-
-        click(find(row, u"allowButton"_s));
-        QCOMPARE(startFolders, QStringList { m_app->access()->home() + u"/.claude/projects"_s });
-        QVERIFY(m_app->access()->grantedIds().isEmpty());
-        QCOMPARE(refreshed.size(), 1);
-
-        // A grant arriving from anywhere turns the button into the badge.
-        m_app->access()->store(m_app->access()->home(), folder(u"claude"_s));
-        QVERIFY(find(row, u"allowedBadge"_s) && !find(row, u"allowButton"_s));
+        const auto badges = [this] {
+            QStringList texts;
+            for (const QString &id : { u"claude"_s, u"codex"_s })
+                texts << find(item(u"folder_"_s + id), u"readingBadge"_s)->property("text").toString();
+            return texts;
+        };
+        QCOMPARE(badges(), (QStringList { u"Reading"_s, u"Reading"_s }));
+        m_unreadable.insert(m_app->access()->home() + u"/.codex/sessions"_s);
+        m_app->access()->check();
+        QCOMPARE(badges(), (QStringList { u"Reading"_s, u"Cannot read"_s }));
+        QVERIFY(find(item(u"folder_codex"_s), u"folderPath"_s)->property("text").toString().startsWith(u"~/.codex/sessions \u00b7 "_s));
+        m_unreadable.clear();
+        m_app->access()->check();
+        QCOMPARE(badges(), (QStringList { u"Reading"_s, u"Reading"_s }));
     }
 };
 

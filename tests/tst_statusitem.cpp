@@ -71,21 +71,20 @@ private Q_SLOTS:
         const QString indent = u"\u2003\u2003"_s;
         const QString apiItem = indent + u"api-server  42%  (84K)"_s, webItem = indent + u"web  95%  (190K) [ ]"_s;
 
-        QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, true, true } << menuOf(calm, { u"No sessions today (off)"_s });
-        QTest::addRow("following the fullest") << State { full, { full, api, scratch }, std::nullopt, true, true }
+        QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, {}, true } << menuOf(calm, { u"No sessions today (off)"_s });
+        QTest::addRow("following the fullest") << State { full, { full, api, scratch }, std::nullopt, {}, true }
                                                << menuOf(u"Kyou wa koko made. Oyasumi!  That's it for today. Good night!"_s,
                                                       { u"Follow the Fullest [x]"_s, webItem, apiItem + u" [ ]"_s, indent + u"scratch  0%  (fresh) [ ]"_s });
-        QTest::addRow("a pinned session") << State { api, { full, api }, api.id, true, true }
+        QTest::addRow("a pinned session") << State { api, { full, api }, api.id, {}, true }
                                           << menuOf(tired, { u"Follow the Fullest [ ]"_s, webItem, apiItem + u" [x]"_s });
         QTest::addRow("a pin on a session no longer listed checks nothing")
-            << State { api, { api }, u"/logs/gone.jsonl"_s, true, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
-        QTest::addRow("no grants: only the way in, whatever the watcher holds")
-            << State { api, { api, full }, std::nullopt, false, true } << menuOf(tired, { u"Let Yuzuha See Your Sessions\u2026"_s });
-        QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, true, false }
-                                    << menuOf(calm, { u"No sessions today (off)"_s }, u"Show Yuzuha"_s);
+            << State { api, { api }, u"/logs/gone.jsonl"_s, {}, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
+        QTest::addRow("a folder she cannot read is named") << State { std::nullopt, {}, std::nullopt, { u"~/.codex/sessions"_s }, true }
+                                                           << menuOf(calm, { u"No sessions today (off)"_s, u"Cannot read ~/.codex/sessions (off)"_s });
+        QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, {}, false } << menuOf(calm, { u"No sessions today (off)"_s }, u"Show Yuzuha"_s);
         // A project name is the folder's name; an ampersand in it must print, not underline the next letter.
         const Session rnd = session(u"R&D"_s, 84'000);
-        QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, true, true }
+        QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, {}, true }
                                                    << menuOf(tired, { u"Follow the Fullest [x]"_s, indent + u"R&&D  42%  (84K) [ ]"_s });
     }
 
@@ -101,20 +100,16 @@ private Q_SLOTS:
     void texts_data()
     {
         QTest::addColumn<std::optional<Session>>("focused");
-        QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("toolTip");
 
-        QTest::addRow("nothing focused") << std::optional<Session> {} << QString() << u"Yuzuha"_s;
-        QTest::addRow("three quarters") << std::optional<Session> { session(u"api-server"_s, 150'000) } << u" 75%"_s
-                                        << u"Yuzuha: api-server, 75% of the context window"_s;
-        QTest::addRow("no reply yet reads 0") << std::optional<Session> { session(u"new"_s, std::nullopt) } << u" 0%"_s
-                                              << u"Yuzuha: new, 0% of the context window"_s;
+        QTest::addRow("nothing focused") << std::optional<Session> {} << u"Yuzuha"_s;
+        QTest::addRow("three quarters") << std::optional<Session> { session(u"api-server"_s, 150'000) } << u"Yuzuha: api-server, 75% of the context window"_s;
+        QTest::addRow("no reply yet reads 0") << std::optional<Session> { session(u"new"_s, std::nullopt) } << u"Yuzuha: new, 0% of the context window"_s;
     }
 
     void texts()
     {
         QFETCH(std::optional<Session>, focused);
-        QTEST(StatusItemController::titleText(focused), "title");
         QTEST(StatusItemController::toolTipText(focused), "toolTip");
     }
 
@@ -125,7 +120,7 @@ private Q_SLOTS:
         StatusItemController controller(&watcher, nullptr, nullptr, {});
 
         const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
-        const auto open = [&] { StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), true, true }); };
+        const auto open = [&] { StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), {}, true }); };
         const auto fullest = [&] { return controller.menu()->actions().at(2); };
 
         open();

@@ -1,6 +1,5 @@
 #include "quickdriver.h"
 
-#include "fleetaccess.h"
 #include "qmlregistration.h"
 #include "windowmanager.h"
 
@@ -18,17 +17,6 @@ class WelcomeViewTest : public QObject
 
     QTemporaryDir m_config;
     std::unique_ptr<Application> m_app;
-
-    void grantOnly(const QStringList &ids)
-    {
-        FleetAccess *access = m_app->access();
-        for (const FleetFolder &folder : FleetAccess::folders()) {
-            if (ids.contains(folder.id))
-                access->store(access->home(), folder);
-            else
-                access->revoke(folder);
-        }
-    }
 
     QQuickView *welcome()
     {
@@ -56,51 +44,8 @@ private Q_SLOTS:
         m_app = QuickDriver::scratchApplication(m_config.path());
     }
     void cleanupTestCase() { m_app.reset(); }
-    void init()
-    {
-        m_app->grants()->setDirect(true);
-        grantOnly({});
-        m_app->preferences()->defaults().remove(Preferences::hasSeenWelcomeKey.toString());
-    }
-    void cleanup()
-    {
-        forgetWelcome();
-        grantOnly({});
-    }
-
-    void contentFollowsTheGrants_data()
-    {
-        QTest::addColumn<bool>("direct");
-        QTest::addColumn<QStringList>("granted");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<bool>("box");
-        QTest::addRow("direct access with every folder: no box, start") << true << QStringList { u"claude"_s, u"codex"_s } << u"Start the day"_s << false;
-        QTest::addRow("grants needed, none given: box, later") << false << QStringList {} << u"Later"_s << true;
-        QTest::addRow("grants needed, one given: box, start") << false << QStringList { u"codex"_s } << u"Start the day"_s << true;
-    }
-    void contentFollowsTheGrants()
-    {
-        QFETCH(bool, direct);
-        QFETCH(QStringList, granted);
-        QFETCH(QString, title);
-        m_app->grants()->setDirect(direct);
-        grantOnly(granted);
-        QQuickView *view = welcome();
-        QVERIFY(view);
-        QQuickItem *button = find(view->rootObject(), u"closingButton"_s);
-        QCOMPARE(button->property("text").toString(), title);
-        QCOMPARE(button->property("prominent").toBool(), title != u"Later");
-        QQuickItem *folderBox = find(view->rootObject(), u"folderBox"_s);
-        QTEST(folderBox != nullptr, "box");
-        if (!folderBox)
-            return;
-        QVERIFY(find(find(folderBox, u"folder_claude"_s), u"allowButton"_s));
-        // A grant arriving while it is open turns Later into the prominent start button.
-        grantOnly({ u"claude"_s, u"codex"_s });
-        QCOMPARE(button->property("text").toString(), u"Start the day"_s);
-        QVERIFY(button->property("prominent").toBool());
-        QVERIFY(find(find(folderBox, u"folder_claude"_s), u"allowedBadge"_s));
-    }
+    void init() { m_app->preferences()->defaults().remove(Preferences::hasSeenWelcomeKey.toString()); }
+    void cleanup() { forgetWelcome(); }
 
     void closingButtonFinishesTheWelcome_data()
     {

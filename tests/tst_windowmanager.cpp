@@ -94,7 +94,7 @@ private Q_SLOTS:
         QTest::addRow("Catalog outfit label") << u"Catalog.outfitLabel(Preferences.Outfit.demonslayer)"_s << QVariant(u"Slayer corps"_s);
         QTest::addRow("Catalog rejects an unknown outfit") << u"Catalog.outfitRawValue(99)"_s << QVariant(QString());
         QTest::addRow("Catalog bedtime value text") << u"Catalog.bedtimes[2].value"_s << QVariant(u"400K"_s);
-        QTest::addRow("FolderGrants grants") << u"FolderGrants.grantedIds.join()"_s << QVariant(u"claude,codex"_s);
+        QTest::addRow("FleetAccess folders") << u"FleetAccess.folders.map(f => f.id).join()"_s << QVariant(u"claude,codex"_s);
     }
     void singletonsReachQml()
     {

@@ -2,7 +2,6 @@
 
 #include "desktopwatcher.h"
 #include "fleetaccess.h"
-#include "folderprompt.h"
 #include "fonts.h"
 #include "petcontroller.h"
 #include "petpanel.h"
@@ -20,7 +19,7 @@ using namespace Qt::StringLiterals;
 
 Application::Environment Application::userEnvironment()
 {
-    return { Preferences::userStore(), FleetAccess::homeFolder(), LoginItem(), ReduceMotion::isOn(), u":/"_s };
+    return { Preferences::userStore(), FleetAccess::homeFolder(), LoginItem(), ReduceMotion::isOn(), u":/"_s, {} };
 }
 
 Application::Application(Environment environment, QObject *parent)
@@ -31,16 +30,14 @@ Application::Application(Environment environment, QObject *parent)
 
     m_preferences = std::make_unique<Preferences>(std::move(environment.store), std::move(environment.loginItem));
     Preferences *prefs = m_preferences.get();
-    m_access = std::make_unique<FleetAccess>(environment.home, &prefs->defaults());
-    m_access->setPrompt(std::make_unique<DialogFolderPrompt>());
+    m_access = std::make_unique<FleetAccess>(environment.home, std::move(environment.folderProbe));
     FleetAccess *access = m_access.get();
     m_watcher = std::make_unique<SessionWatcher>(SessionWatcher::Config { [access] { return access->snapshots(); }, {}, {} });
     SessionWatcher *watcher = m_watcher.get();
     m_sprites = std::make_unique<Sprites::Store>(
         environment.resources.isEmpty() ? u":/"_s : environment.resources, [prefs] { return prefs->outfit(); }, [] { return QDate::currentDate(); });
 
-    m_grants = std::make_unique<FolderGrants>(access, watcher);
-    m_engine = std::make_unique<ViewEngine>(prefs, m_grants.get(), m_sprites.get());
+    m_engine = std::make_unique<ViewEngine>(prefs, access, m_sprites.get());
     m_windows = std::make_unique<WindowManager>(prefs, m_engine.get());
     m_popover = std::make_unique<SessionsPopover>(watcher, m_engine.get());
 
@@ -49,7 +46,7 @@ Application::Application(Environment environment, QObject *parent)
     inputs.preferences = prefs;
     inputs.sprites = m_sprites.get();
     inputs.focused = [watcher] { return watcher->focused(); };
-    inputs.anyGranted = [access] { return !access->grantedIds().isEmpty(); };
+    inputs.outOfReach = [access] { return !access->unreadableIds().isEmpty(); };
     inputs.reduceMotion = environment.reduceMotion;
     inputs.desktop = m_desktop.get();
     m_pet = std::make_unique<PetController>(std::move(inputs), m_engine.get());
@@ -66,16 +63,17 @@ Application::Application(Environment environment, QObject *parent)
         watcher->refresh();
     });
 
-    // She follows the latest of the watcher's list, its pin and the grants, coalesced on the main thread.
+    // Permissions change without notice; two checks after each pass keep up with them cheaply.
+    connect(watcher, &SessionWatcher::passFinished, access, &FleetAccess::check);
+    // She follows the latest of the watcher's list, its pin and the folders' reach, coalesced on the main thread.
     connect(watcher, &SessionWatcher::sessionsChanged, pet, &PetController::scheduleUpdate);
     connect(watcher, &SessionWatcher::pinnedIDChanged, pet, &PetController::scheduleUpdate);
-    connect(access, &FleetAccess::grantedIdsChanged, pet, &PetController::scheduleUpdate);
+    connect(access, &FleetAccess::unreadableIdsChanged, pet, &PetController::scheduleUpdate);
     connect(pet, &PetController::updated, tray, &StatusItemController::refresh);
 
     connect(pet, &PetController::sessionsRequested, popover, [pet, popover](const QRect &anchor) { popover->toggle(pet->panel(), anchor); });
     connect(pet, &PetController::hidden, popover, &SessionsPopover::close);
     connect(pet, &PetController::settingsRequested, windows, &WindowManager::showSettings);
-    connect(pet, &PetController::welcomeRequested, windows, &WindowManager::showWelcome);
 
     connect(popover, &SessionsPopover::settingsRequested, windows, &WindowManager::showSettings);
     connect(popover, &SessionsPopover::hideRequested, pet, &PetController::hideFromMenu);
@@ -83,7 +81,6 @@ Application::Application(Environment environment, QObject *parent)
     connect(tray, &StatusItemController::showPetRequested, pet, &PetController::showPet);
     connect(tray, &StatusItemController::hidePetRequested, pet, &PetController::hideFromMenu);
     connect(tray, &StatusItemController::settingsRequested, windows, &WindowManager::showSettings);
-    connect(tray, &StatusItemController::welcomeRequested, windows, &WindowManager::showWelcome);
 
     connect(windows, &WindowManager::welcomeFinished, pet, &PetController::showPet);
 }

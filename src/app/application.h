@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fleetaccess.h"
 #include "loginitem.h"
 #include "sprites.h"
 
@@ -10,8 +11,6 @@
 #include <memory>
 
 class DesktopWatcher;
-class FleetAccess;
-class FolderGrants;
 class PetController;
 class Preferences;
 class SessionWatcher;
@@ -21,7 +20,7 @@ class ViewEngine;
 class WindowManager;
 
 /// Builds every long-lived object of the program once, hands each its collaborators and connects
-/// them: the settings, the folder gate, the session watcher, the one QML engine, the windows, the
+/// them: the settings, the agent folders, the session watcher, the one QML engine, the windows, the
 /// popover, her controller and the tray item. Nothing looks another object up.
 class Application : public QObject
 {
@@ -36,6 +35,8 @@ public:
         bool reduceMotion = false;
         /// The folder holding "Sprites" (":/" for the compiled-in resources).
         QString resources;
+        /// What tells whether an agent folder can be read; the file system when empty.
+        FleetAccess::Probe folderProbe;
     };
     /// The running user's settings file, home folder, login item and desktop setting.
     static Environment userEnvironment();
@@ -53,7 +54,6 @@ public:
     Preferences *preferences() const { return m_preferences.get(); }
     FleetAccess *access() const { return m_access.get(); }
     SessionWatcher *watcher() const { return m_watcher.get(); }
-    FolderGrants *grants() const { return m_grants.get(); }
     ViewEngine *engine() const { return m_engine.get(); }
     WindowManager *windows() const { return m_windows.get(); }
     SessionsPopover *popover() const { return m_popover.get(); }
@@ -66,7 +66,6 @@ private:
     std::unique_ptr<FleetAccess> m_access;
     std::unique_ptr<SessionWatcher> m_watcher;
     std::unique_ptr<Sprites::Store> m_sprites;
-    std::unique_ptr<FolderGrants> m_grants;
     std::unique_ptr<ViewEngine> m_engine;
     std::unique_ptr<WindowManager> m_windows;
     std::unique_ptr<SessionsPopover> m_popover;

@@ -1,28 +1,15 @@
 #include "fleetaccess.h"
 
 #include <QDir>
-#include <QSettings>
+#include <QFile>
 #include <QVariantMap>
 
-#if defined(Q_OS_UNIX)
+#include <cerrno>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
-#endif
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-QString homeRelative(const FleetFolder &folder)
-{
-    return u"~/"_s + folder.relativePath;
-}
-} // namespace
-
-size_t qHash(const FleetFolder &folder, size_t seed) noexcept
-{
-    return qHashMulti(seed, folder.id, folder.label, folder.relativePath, folder.provider);
-}
 
 const QList<FleetFolder> &FleetAccess::folders()
 {
@@ -36,122 +23,67 @@ const QList<FleetFolder> &FleetAccess::folders()
 QList<FleetAccess::Snapshot> FleetAccess::directSnapshots(const QString &home)
 {
     QList<Snapshot> list;
-    for (const FleetFolder &folder : folders()) {
-        const QString root = QDir(home).filePath(folder.relativePath);
-        list.append({ root, root, folder.provider });
-    }
+    for (const FleetFolder &folder : folders())
+        list.append({ QDir(home).filePath(folder.relativePath), folder.provider });
     return list;
 }
 
 QString FleetAccess::homeFolder()
 {
-#if defined(Q_OS_UNIX)
     // The account's own home, not $HOME, which a shell or a sandbox may have changed.
     if (const passwd *entry = getpwuid(getuid()); entry && entry->pw_dir && *entry->pw_dir)
         return QDir::cleanPath(QFile::decodeName(entry->pw_dir));
-#endif
     return QDir::cleanPath(QDir::homePath());
 }
 
-FleetAccess::FleetAccess(QString home, QSettings *store, QObject *parent)
+FleetAccess::State FleetAccess::examine(const QString &path)
+{
+    const QByteArray native = QFile::encodeName(path);
+    struct stat info {
+    };
+    if (::stat(native.constData(), &info) != 0)
+        // A folder above it that she may not enter hides whether it is there: count it as out of reach.
+        return errno == EACCES ? State::unreadable : State::missing;
+    if (!S_ISDIR(info.st_mode))
+        return State::missing;
+    // Listing takes read, and reading the logs inside takes search permission.
+    return ::access(native.constData(), R_OK | X_OK) == 0 ? State::readable : State::unreadable;
+}
+
+FleetAccess::FleetAccess(QString home, Probe probe, QObject *parent)
     : QObject(parent)
     , m_home(QDir::cleanPath(home))
-    , m_store(store)
+    , m_probe(probe ? std::move(probe) : Probe(&FleetAccess::examine))
+    , m_snapshots(std::make_shared<const QList<Snapshot>>(directSnapshots(m_home)))
 {
-    for (const FleetFolder &folder : folders())
-        m_grantedIds.insert(folder.id);
-    rebuildSnapshots();
+    check();
 }
 
 FleetAccess::~FleetAccess() = default;
 
-QStringList FleetAccess::grantedIdList() const
+QVariantList FleetAccess::folderList() const
 {
-    // In the order of the folder table, so views list them steadily.
-    QStringList ids;
+    QVariantList list;
     for (const FleetFolder &folder : folders()) {
-        if (m_grantedIds.contains(folder.id))
-            ids.append(folder.id);
+        list.append(QVariantMap {
+            { u"id"_s, folder.id },
+            { u"label"_s, folder.label },
+            { u"relativePath"_s, folder.relativePath },
+            { u"provider"_s, folder.provider },
+        });
     }
-    return ids;
+    return list;
 }
 
-void FleetAccess::setPrompt(std::unique_ptr<FolderPrompt> prompt)
+void FleetAccess::check()
 {
-    m_prompt = std::move(prompt);
-}
-
-void FleetAccess::request(const FleetFolder &folder)
-{
-    if (!m_prompt)
+    QStringList unreadable;
+    for (const FleetFolder &folder : folders()) {
+        if (m_probe(QDir(m_home).filePath(folder.relativePath)) == State::unreadable)
+            unreadable.append(folder.id);
+    }
+    if (unreadable == m_unreadableIds)
         return;
-    const QString expected = QDir(m_home).filePath(folder.relativePath);
-    const QString message = u"Let Yuzuha read how full your "_s + folder.label + u" sessions are. She reads the token counts in "_s + homeRelative(folder)
-        + u" and nothing leaves your Mac."_s;
-    // The user may pick again any number of times; each round reopens the chooser at the expected folder.
-    for (;;) {
-        const std::optional<QString> picked = m_prompt->chooseFolder(message, u"Allow"_s, expected);
-        if (!picked || picked->isEmpty())
-            return;
-        if (covers(*picked, folder)) {
-            store(*picked, folder);
-            return;
-        }
-        const bool again = m_prompt->ask(u"That is not where "_s + folder.label + u" writes"_s,
-            u"Choose "_s + homeRelative(folder)
-                + u", or a folder above it. Yuzuha cannot read anywhere else, so any other pick would leave it seeing nothing."_s,
-            { u"Choose Again"_s, u"Cancel"_s });
-        if (!again)
-            return;
-    }
-}
-
-bool FleetAccess::covers(const QString &path, const FleetFolder &folder) const
-{
-    // "." and ".." are resolved textually; symbolic links are left as they are.
-    const QString picked = QDir::cleanPath(path);
-    const QString home = QDir::cleanPath(m_home);
-    if (picked == home)
-        return true;
-    const QString prefix = home.endsWith(u'/') ? home : home + u'/';
-    if (!picked.startsWith(prefix))
-        return false;
-    const QString rest = picked.mid(prefix.size());
-    return rest == folder.relativePath || folder.relativePath.startsWith(rest + u'/');
-}
-
-void FleetAccess::store(const QString &path, const FleetFolder &folder)
-{
-    m_scopes.insert(folder.id, QDir::cleanPath(path));
-    m_grantedIds.insert(folder.id);
-    Q_EMIT grantedIdsChanged();
-    rebuildSnapshots();
-}
-
-void FleetAccess::revoke(const FleetFolder &folder)
-{
-    if (m_store) {
-        const QString key = bookmarksKey.toString();
-        // A missing or malformed record counts as empty; what is left is written back either way.
-        QVariantMap records = m_store->value(key).toMap();
-        records.remove(folder.id);
-        m_store->setValue(key, records);
-        m_store->sync();
-    }
-    m_scopes.remove(folder.id);
-    m_grantedIds.remove(folder.id);
-    Q_EMIT grantedIdsChanged();
-    rebuildSnapshots();
-}
-
-void FleetAccess::rebuildSnapshots()
-{
-    auto list = std::make_shared<QList<Snapshot>>();
-    for (const FleetFolder &folder : folders()) {
-        if (!m_grantedIds.contains(folder.id))
-            continue;
-        const QString root = QDir(m_home).filePath(folder.relativePath);
-        list->append({ m_scopes.value(folder.id, root), root, folder.provider });
-    }
-    m_snapshots.store(std::move(list));
+    m_unreadableIds = unreadable;
+    Q_EMIT unreadableIdsChanged();
 }

@@ -1,104 +1,76 @@
 #pragma once
 
+#include <QHash>
+#include <QList>
 #include <QObject>
-#include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QVariantList>
 
-#include <atomic>
+#include <functional>
 #include <memory>
-#include <optional>
-
-class QSettings;
 
 /// A folder an agent writes its logs to.
 struct FleetFolder {
-    Q_GADGET
-    Q_PROPERTY(QString id MEMBER id CONSTANT)
-    Q_PROPERTY(QString label MEMBER label CONSTANT)
-    Q_PROPERTY(QString relativePath MEMBER relativePath CONSTANT)
-    Q_PROPERTY(QString provider MEMBER provider CONSTANT)
-
-public:
     QString id;
     QString label;
     QString relativePath; ///< below the home folder, without a leading slash
     QString provider; ///< a Provider raw value
-
-    friend bool operator==(const FleetFolder &, const FleetFolder &) = default;
-};
-size_t qHash(const FleetFolder &folder, size_t seed = 0) noexcept;
-
-/// The dialogs a folder grant needs; the desktop app installs real ones, tests a scripted one.
-class FolderPrompt
-{
-public:
-    virtual ~FolderPrompt() = default;
-    /// A modal folder chooser opened at `startFolder`; the picked folder, or nothing when cancelled.
-    virtual std::optional<QString> chooseFolder(const QString &message, const QString &confirmTitle, const QString &startFolder) = 0;
-    /// A modal alert; true when the user pressed the first of `buttons`.
-    virtual bool ask(const QString &message, const QString &informativeText, const QStringList &buttons) = 0;
 };
 
-/// The gate deciding which agent log folders the session watcher may read.
+/// The agents' log folders below one home folder, and which of them she cannot read. She reads them
+/// with the user's own rights, so a folder can only be out of reach when it exists but its permissions
+/// (or those of a folder above it) keep her out, for instance after an agent was run as another user.
 class FleetAccess : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(QStringList grantedIds READ grantedIdList NOTIFY grantedIdsChanged)
+    /// One map per known folder: id, label, relativePath, provider.
+    Q_PROPERTY(QVariantList folders READ folderList CONSTANT)
+    /// The ids of the folders that exist but cannot be read, in the order of `folders()`.
+    Q_PROPERTY(QStringList unreadableIds READ unreadableIds NOTIFY unreadableIdsChanged)
 
 public:
-    /// One granted folder as the watcher's sweep sees it.
+    /// One folder as the watcher's sweep sees it.
     struct Snapshot {
-        QString scope; ///< the folder access was granted through
         QString root; ///< the folder to scan
         QString provider;
         friend bool operator==(const Snapshot &, const Snapshot &) = default;
     };
     using SnapshotList = std::shared_ptr<const QList<Snapshot>>;
 
-    /// A gate over a home folder (the running account's, or a temporary one in tests) and the settings
-    /// store; it starts with every folder granted.
-    FleetAccess(QString home, QSettings *store, QObject *parent = nullptr);
+    enum class State { missing, readable, unreadable };
+    Q_ENUM(State)
+    /// Tells what is at a path; tests hand in their own, since permissions do not keep root out.
+    using Probe = std::function<State(const QString &path)>;
+
+    /// The folders below `home`, examined at once with `probe` (the file system's own answer when none).
+    explicit FleetAccess(QString home, Probe probe = {}, QObject *parent = nullptr);
     ~FleetAccess() override;
 
     /// The known agent folders, Claude Code first.
     static const QList<FleetFolder> &folders();
-    /// The granted folders to scan, in the order of `folders()`; replaced as a whole, safe to read on any thread.
-    SnapshotList snapshots() const { return m_snapshots.load(); }
-    /// The snapshots of a home folder with every folder granted and no picked scopes.
+    /// The snapshots of every agent folder of a home folder.
     static QList<Snapshot> directSnapshots(const QString &home);
     /// The running account's home folder from the user database, else the platform's.
     static QString homeFolder();
+    /// What is at `path`: a folder she can list, one she cannot, or nothing she could read from.
+    static State examine(const QString &path);
 
-    QSet<QString> grantedIds() const { return m_grantedIds; }
-    QStringList grantedIdList() const;
+    /// The folders to scan; fixed for the life of the gate, safe to read on any thread.
+    SnapshotList snapshots() const { return m_snapshots; }
     QString home() const { return m_home; }
+    QVariantList folderList() const;
+    QStringList unreadableIds() const { return m_unreadableIds; }
 
-    /// Runs the folder chooser until the user picks a folder that covers `folder` or gives up.
-    void request(const FleetFolder &folder);
-    /// Withdraws the grant and forgets its stored record under "fleetFolderBookmarks".
-    void revoke(const FleetFolder &folder);
-    /// Whether `path` is the folder's expected location or one of its ancestors inside the home folder.
-    bool covers(const QString &path, const FleetFolder &folder) const;
-    /// Grants `folder` through the picked `path`.
-    void store(const QString &path, const FleetFolder &folder);
-    void rebuildSnapshots();
-
-    /// The dialogs `request` runs; nothing is asked while none is installed.
-    void setPrompt(std::unique_ptr<FolderPrompt> prompt);
-
-    static constexpr QStringView bookmarksKey = u"fleetFolderBookmarks";
+    /// Examines the folders again; tells `unreadableIdsChanged` when the answer changed.
+    void check();
 
 Q_SIGNALS:
-    void grantedIdsChanged();
+    void unreadableIdsChanged();
 
 private:
     QString m_home;
-    QSettings *m_store;
-    QSet<QString> m_grantedIds;
-    QHash<QString, QString> m_scopes;
-    std::unique_ptr<FolderPrompt> m_prompt;
-    // Replaced as a whole on the main thread and read by the watcher's sweep: readers get the old or the new list.
-    std::atomic<SnapshotList> m_snapshots;
+    Probe m_probe;
+    SnapshotList m_snapshots;
+    QStringList m_unreadableIds;
 };
-Q_DECLARE_METATYPE(FleetFolder)

@@ -9,10 +9,6 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
-#if defined(Q_OS_WIN)
-#include <QSettings>
-#endif
-
 using namespace Qt::StringLiterals;
 
 namespace
@@ -32,7 +28,6 @@ bool insideBuildTree(const QString &executable)
     return false;
 }
 
-#if defined(Q_OS_LINUX) || (defined(Q_OS_UNIX) && !defined(Q_OS_MACOS))
 QString defaultFolder()
 {
     QString config = qEnvironmentVariable("XDG_CONFIG_HOME");
@@ -106,7 +101,6 @@ DesktopEntry parseEntry(const QByteArray &bytes)
     }
     return entry;
 }
-#endif
 } // namespace
 
 QString LoginItem::installedExecutable()
@@ -116,93 +110,6 @@ QString LoginItem::installedExecutable()
         return running;
     return programName.toString();
 }
-
-#if defined(Q_OS_MACOS)
-
-namespace
-{
-QString agentPath()
-{
-    return QDir::homePath() + u"/Library/LaunchAgents/"_s + AppInfo::id.toString() + u".plist"_s;
-}
-} // namespace
-
-LoginItem::LoginItem() = default;
-LoginItem::LoginItem(QString folder, QString executable)
-    : m_folder(std::move(folder))
-    , m_executable(std::move(executable))
-{
-}
-
-bool LoginItem::isEnabled() const
-{
-    QFile file(agentPath());
-    return file.open(QIODevice::ReadOnly) && file.readAll().contains(AppInfo::id.toUtf8());
-}
-
-std::optional<QString> LoginItem::setEnabled(bool on)
-{
-    const QString path = agentPath();
-    if (!on) {
-        if (QFile::exists(path) && !QFile::remove(path))
-            return u"could not remove "_s + path;
-        return std::nullopt;
-    }
-    if (!QDir().mkpath(QFileInfo(path).absolutePath()))
-        return u"could not create "_s + QFileInfo(path).absolutePath();
-    const QString program = m_executable.isEmpty() ? QCoreApplication::applicationFilePath() : m_executable;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    const QString plist = u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                          "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-                          "<plist version=\"1.0\">\n<dict>\n"
-                          "  <key>Label</key><string>%1</string>\n"
-                          "  <key>ProgramArguments</key><array><string>%2</string></array>\n"
-                          "  <key>RunAtLoad</key><true/>\n"
-                          "</dict>\n</plist>\n"_s.arg(AppInfo::id.toString(), program.toHtmlEscaped());
-    file.write(plist.toUtf8());
-    if (!file.commit())
-        return file.errorString();
-    return std::nullopt;
-}
-
-#elif defined(Q_OS_WIN)
-
-namespace
-{
-const QString runKey = u"HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Run"_s;
-}
-
-LoginItem::LoginItem() = default;
-LoginItem::LoginItem(QString folder, QString executable)
-    : m_folder(std::move(folder))
-    , m_executable(std::move(executable))
-{
-}
-
-bool LoginItem::isEnabled() const
-{
-    const QSettings run(runKey, QSettings::NativeFormat);
-    return run.contains(AppInfo::name.toString());
-}
-
-std::optional<QString> LoginItem::setEnabled(bool on)
-{
-    QSettings run(runKey, QSettings::NativeFormat);
-    if (on) {
-        const QString program = QDir::toNativeSeparators(m_executable.isEmpty() ? QCoreApplication::applicationFilePath() : m_executable);
-        run.setValue(AppInfo::name.toString(), u"\""_s + program + u"\""_s);
-    } else {
-        run.remove(AppInfo::name.toString());
-    }
-    run.sync();
-    if (run.status() != QSettings::NoError)
-        return u"the Run key could not be written"_s;
-    return std::nullopt;
-}
-
-#else
 
 LoginItem::LoginItem()
     : m_folder(defaultFolder())
@@ -256,5 +163,3 @@ std::optional<QString> LoginItem::setEnabled(bool on)
         return u"could not write "_s + path + u": "_s + file.errorString();
     return std::nullopt;
 }
-
-#endif

@@ -4,15 +4,14 @@
 
 #include <optional>
 
-/// The platform's open-at-login registration of the desktop app: an XDG autostart entry on Linux,
-/// a LaunchAgent on macOS, the Run key on Windows. The registration itself is the only state.
+/// The open-at-login registration of the desktop app: an XDG autostart entry. The registration
+/// itself is the only state.
 class LoginItem
 {
 public:
     /// The running user's registration of the installed program.
     LoginItem();
     /// A registration kept in `folder` that starts `executable`; tests hand in temporary ones.
-    /// Only the Linux autostart entry takes them; elsewhere they are ignored.
     LoginItem(QString folder, QString executable);
 
     /// True when the registration exists, is ours and is not switched off.

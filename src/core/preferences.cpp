@@ -121,7 +121,6 @@ bool Preferences::openAtLogin() const
 
 void Preferences::setOpenAtLogin(bool on)
 {
-    Q_EMIT aboutToChange();
     if (const std::optional<QString> failure = m_loginItem.setEnabled(on))
         SystemLog::write(u"login", u"Yuzuha: open at login change failed: "_s + *failure);
     Q_EMIT openAtLoginChanged();
@@ -135,7 +134,6 @@ qint64 Preferences::readBedtime(const QSettings &store)
 template <typename T> void Preferences::assign(T &field, T value, QStringView key, const QVariant &stored, void (Preferences::*changed)(T))
 {
     // Every assignment notifies, also when the value is unchanged.
-    Q_EMIT aboutToChange();
     const bool differs = field != value;
     field = value;
     write(key, stored, differs);

@@ -186,8 +186,6 @@ public:
     static qint64 readBedtime(const QSettings &store);
 
 Q_SIGNALS:
-    /// Fires before any setting changes.
-    void aboutToChange();
     void sizeChanged(Preferences::Size size);
     void keepOnTopChanged(bool on);
     void allSpacesChanged(bool on);

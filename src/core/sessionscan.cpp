@@ -18,11 +18,7 @@ namespace
 {
 QString toQString(const fs::path &path)
 {
-#if defined(Q_OS_WIN)
-    return QString::fromStdWString(path.native());
-#else
     return QFile::decodeName(QByteArray::fromStdString(path.native()));
-#endif
 }
 
 bool isHidden(const fs::path &name)

@@ -82,7 +82,6 @@ void SessionWatcher::start()
 
 void SessionWatcher::refresh()
 {
-    Q_EMIT refreshRequested();
     ensureThread();
     // Queued ahead of the poll below, on the same thread, so that poll sweeps.
     QMetaObject::invokeMethod(m_worker, &SessionWatcherWorker::forceSweep, Qt::QueuedConnection);

@@ -55,8 +55,6 @@ Q_SIGNALS:
     void pinnedIDChanged();
     /// After every pass has reached the main thread, whether or not the list changed.
     void passFinished();
-    /// Each time `refresh()` is called.
-    void refreshRequested();
 
 private:
     void poll();

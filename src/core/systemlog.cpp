@@ -2,13 +2,9 @@
 
 #include "appinfo.h"
 
-#include <QLoggingCategory>
-
 #include <mutex>
 
-#if defined(Q_OS_LINUX)
 #include <syslog.h>
-#endif
 
 using namespace Qt::StringLiterals;
 
@@ -16,11 +12,6 @@ namespace
 {
 std::mutex sinkMutex;
 SystemLog::Capture::Sink *activeSink = nullptr;
-
-#if !defined(Q_OS_LINUX)
-Q_LOGGING_CATEGORY(journalsCategory, "app.yuzuha.Yuzuha.journals")
-Q_LOGGING_CATEGORY(loginCategory, "app.yuzuha.Yuzuha.login")
-#endif
 } // namespace
 
 namespace SystemLog
@@ -34,19 +25,12 @@ void write(QStringView category, const QString &message)
             return;
         }
     }
-#if defined(Q_OS_LINUX)
     // The ident must outlive every syslog() call, so it is kept for the life of the process.
     static const QByteArray ident = AppInfo::id.toUtf8();
     static std::once_flag opened;
     std::call_once(opened, [] { openlog(ident.constData(), LOG_PID, LOG_USER); });
     const QByteArray line = (category.toString() + u": "_s + message).toUtf8();
     syslog(LOG_NOTICE, "%s", line.constData());
-#else
-    if (category == u"journals")
-        qCInfo(journalsCategory).noquote() << message;
-    else
-        qCInfo(loginCategory).noquote() << message;
-#endif
 }
 
 Capture::Capture(Sink sink)

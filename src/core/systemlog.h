@@ -5,8 +5,7 @@
 
 #include <functional>
 
-/// The one place that writes to the system log: syslog(3) under the application id on Linux,
-/// a Qt logging category "<application id>.<category>" elsewhere.
+/// The one place that writes to the system log: syslog(3) under the application id.
 namespace SystemLog
 {
 /// Writes one line under `category` (e.g. "journals").

@@ -274,8 +274,9 @@ void PetController::moved()
 void PetController::update()
 {
     const std::optional<Session> focused = m_inputs.focused ? m_inputs.focused() : std::nullopt;
-    const bool granted = m_inputs.anyGranted && m_inputs.anyGranted();
-    m_model->setMood(!granted ? PetModel::Mood::blind : focused ? PetModel::Mood::working : PetModel::Mood::empty);
+    // Nothing to show while a folder is out of reach: say so rather than wait for sessions.
+    const bool outOfReach = m_inputs.outOfReach && m_inputs.outOfReach();
+    m_model->setMood(focused ? PetModel::Mood::working : outOfReach ? PetModel::Mood::blind : PetModel::Mood::empty);
     m_model->setSession(focused);
     const int tier = focused ? focused->tier() : 0;
     m_model->setTier(tier);
@@ -292,11 +293,8 @@ void PetController::update()
         view->setTier(tier);
         const bool animated = previousTier != -1 && !m_inputs.reduceMotion;
         view->applyContents(animated);
-        Q_EMIT contentsApplied(tier, animated);
-        if (previousTier != -1 && !m_inputs.reduceMotion) {
+        if (animated)
             view->hop();
-            Q_EMIT hopped();
-        }
         m_shownTier = tier;
     }
     if (!same && previousTier != -1)
@@ -309,11 +307,8 @@ void PetController::applyOutfit()
     view->setTier(std::max(m_shownTier, 0));
     const bool animated = !m_inputs.reduceMotion;
     view->applyContents(animated);
-    Q_EMIT contentsApplied(view->tier(), animated);
-    if (animated) {
+    if (animated)
         view->hop();
-        Q_EMIT hopped();
-    }
 }
 
 void PetController::announce(int seconds)
@@ -322,15 +317,10 @@ void PetController::announce(int seconds)
         return;
     m_model->setAnnouncing(true);
     m_announceTimer.start(seconds * 1000);
-    Q_EMIT announced(seconds);
 }
 
 void PetController::clicked()
 {
-    if (m_model->mood() == PetModel::Mood::blind) {
-        Q_EMIT welcomeRequested();
-        return;
-    }
     // The bubble makes way for the sessions list.
     m_announceTimer.stop();
     m_model->setAnnouncing(false);

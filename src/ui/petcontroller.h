@@ -36,8 +36,8 @@ public:
         Sprites::Store *sprites = nullptr;
         /// The session she shows, or nothing.
         std::function<std::optional<Session>()> focused;
-        /// Whether any agent folder may be read.
-        std::function<bool()> anyGranted;
+        /// Whether an agent folder exists that she cannot read.
+        std::function<bool()> outOfReach;
         /// Whether the desktop asks for reduced motion.
         bool reduceMotion = false;
         /// What the desktop around her can do now (a compositor), or null.
@@ -107,12 +107,6 @@ public:
     void updateInputRegion();
 
 Q_SIGNALS:
-    /// The sprite was re-rendered for a tier, with or without the crossfade.
-    void contentsApplied(int tier, bool animated);
-    void hopped();
-    void announced(int seconds);
-    /// No folder is readable yet: a click asks to be let in.
-    void welcomeRequested();
     /// A click asks for the sessions list beside her sprite, `anchor` in global coordinates.
     void sessionsRequested(const QRect &anchor);
     void settingsRequested();

@@ -62,7 +62,7 @@ PetModel::Line PetModel::line() const
         return { row.romaji.toString(), row.english.toString() };
     }
     case Mood::blind:
-        return { u"Mienai..."_s, u"I can't see your sessions yet. Click me to let me in."_s };
+        return { u"Mienai..."_s, u"I can't open your session folder. Click me to see which."_s };
     case Mood::empty:
         break;
     }

@@ -2,7 +2,6 @@
 
 #include "appinfo.h"
 #include "formatting.h"
-#include "sessionwatcher.h"
 #include "spriteimageprovider.h"
 
 #include <QQmlEngine>
@@ -26,21 +25,12 @@ std::optional<Preferences::Outfit> outfitAt(int value)
         return std::nullopt;
     return Preferences::outfits[size_t(value)].outfit;
 }
-
-const FleetFolder *folderWithId(const QString &id)
-{
-    for (const FleetFolder &folder : FleetAccess::folders()) {
-        if (folder.id == id)
-            return &folder;
-    }
-    return nullptr;
-}
 } // namespace
 
-ViewEngine::ViewEngine(Preferences *preferences, FolderGrants *grants, Sprites::Store *sprites, QObject *parent)
+ViewEngine::ViewEngine(Preferences *preferences, FleetAccess *access, Sprites::Store *sprites, QObject *parent)
     : QQmlEngine(parent)
     , m_preferences(preferences)
-    , m_grants(grants)
+    , m_access(access)
 {
     // Where the module's qmldir and views are compiled in; Qt 6.4 does not look there by itself.
     addImportPath(u"qrc:/qt/qml"_s);
@@ -51,6 +41,12 @@ Preferences *PreferencesForeign::create(QQmlEngine *engine, QJSEngine *)
 {
     const ViewEngine *views = ViewEngine::of(engine);
     return keptByCpp(views ? views->preferences() : nullptr);
+}
+
+FleetAccess *FleetAccessForeign::create(QQmlEngine *engine, QJSEngine *)
+{
+    const ViewEngine *views = ViewEngine::of(engine);
+    return keptByCpp(views ? views->access() : nullptr);
 }
 
 Catalog::Catalog(QObject *parent)
@@ -115,66 +111,4 @@ QString Catalog::sizeLabel(int size) const
 {
     const auto known = Preferences::sizeFromRawValue(size);
     return known ? Preferences::sizeName(*known).label.toString() : QString();
-}
-
-FolderGrants *FolderGrants::create(QQmlEngine *engine, QJSEngine *)
-{
-    const ViewEngine *views = ViewEngine::of(engine);
-    return keptByCpp(views ? views->grants() : nullptr);
-}
-
-FolderGrants::FolderGrants(FleetAccess *access, SessionWatcher *watcher, QObject *parent)
-    : QObject(parent)
-    , m_access(access)
-    , m_watcher(watcher)
-{
-    if (access)
-        connect(access, &FleetAccess::grantedIdsChanged, this, &FolderGrants::grantedIdsChanged);
-}
-
-QVariantList FolderGrants::folders()
-{
-    QVariantList list;
-    for (const FleetFolder &folder : FleetAccess::folders()) {
-        list.append(QVariantMap {
-            { u"id"_s, folder.id },
-            { u"label"_s, folder.label },
-            { u"relativePath"_s, folder.relativePath },
-            { u"provider"_s, folder.provider },
-        });
-    }
-    return list;
-}
-
-QStringList FolderGrants::grantedIds() const
-{
-    return m_access ? m_access->grantedIdList() : QStringList();
-}
-
-void FolderGrants::setDirect(bool direct)
-{
-    if (m_direct == direct)
-        return;
-    m_direct = direct;
-    Q_EMIT directChanged();
-}
-
-void FolderGrants::request(const QString &id)
-{
-    const FleetFolder *folder = folderWithId(id);
-    if (!folder || !m_access)
-        return;
-    m_access->request(*folder);
-    if (m_watcher)
-        m_watcher->refresh();
-}
-
-void FolderGrants::revoke(const QString &id)
-{
-    const FleetFolder *folder = folderWithId(id);
-    if (!folder || !m_access)
-        return;
-    m_access->revoke(*folder);
-    if (m_watcher)
-        m_watcher->refresh();
 }

@@ -11,28 +11,25 @@
 #include <QVariantList>
 #include <QtQml/qqml.h>
 
-class FolderGrants;
-class SessionWatcher;
-
 /// The one QML engine of the program. It finds the compiled-in Yuzuha module, serves the sprite images
 /// ("image://sprites/<outfit>/<tier>") and holds the objects built at start-up that the views reach as
-/// the singletons `Preferences` and `FolderGrants`.
+/// the singletons `Preferences` and `FleetAccess`.
 class ViewEngine : public QQmlEngine
 {
     Q_OBJECT
 
 public:
-    ViewEngine(Preferences *preferences, FolderGrants *grants, Sprites::Store *sprites, QObject *parent = nullptr);
+    ViewEngine(Preferences *preferences, FleetAccess *access, Sprites::Store *sprites, QObject *parent = nullptr);
 
     Preferences *preferences() const { return m_preferences; }
-    FolderGrants *grants() const { return m_grants; }
+    FleetAccess *access() const { return m_access; }
 
     /// The engine a QML singleton is made for, when it is a ViewEngine.
     static ViewEngine *of(QQmlEngine *engine) { return qobject_cast<ViewEngine *>(engine); }
 
 private:
     QPointer<Preferences> m_preferences;
-    QPointer<FolderGrants> m_grants;
+    QPointer<FleetAccess> m_access;
 };
 
 /// `Preferences` in QML: the instance the engine was built with.
@@ -44,6 +41,17 @@ struct PreferencesForeign {
 
 public:
     static Preferences *create(QQmlEngine *engine, QJSEngine *);
+};
+
+/// `FleetAccess` in QML: the instance the engine was built with.
+struct FleetAccessForeign {
+    Q_GADGET
+    QML_FOREIGN(FleetAccess)
+    QML_NAMED_ELEMENT(FleetAccess)
+    QML_SINGLETON
+
+public:
+    static FleetAccess *create(QQmlEngine *engine, QJSEngine *);
 };
 
 /// The fixed tables the panels list (outfits, sizes, bedtimes) and the program's version, in forms QML can read.
@@ -75,43 +83,4 @@ public:
     /// The outfit she wears today for a choice: seasonal follows the calendar.
     Q_INVOKABLE int resolvedOutfit(int outfit) const;
     Q_INVOKABLE QString sizeLabel(int size) const;
-};
-
-/// The folder grants as the panels show and change them: the folders, which are granted, whether the
-/// agents' folders are read directly, and grant or revoke by folder id followed by a watcher refresh.
-class FolderGrants : public QObject
-{
-    Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
-    /// One map per known folder: id, label, relativePath, provider.
-    Q_PROPERTY(QVariantList folders READ folders CONSTANT)
-    Q_PROPERTY(QStringList grantedIds READ grantedIds NOTIFY grantedIdsChanged)
-    Q_PROPERTY(bool direct READ direct NOTIFY directChanged)
-
-public:
-    /// The instance the engine was built with.
-    static FolderGrants *create(QQmlEngine *engine, QJSEngine *);
-
-    FolderGrants(FleetAccess *access, SessionWatcher *watcher, QObject *parent = nullptr);
-
-    static QVariantList folders();
-    QStringList grantedIds() const;
-    bool direct() const { return m_direct; }
-    /// The grant rows are only offered without direct access; tests turn it off to reach them.
-    void setDirect(bool direct);
-
-    /// Runs the folder chooser for the folder `id` and then refreshes the watcher.
-    Q_INVOKABLE void request(const QString &id);
-    /// Withdraws the grant of the folder `id` and then refreshes the watcher.
-    Q_INVOKABLE void revoke(const QString &id);
-
-Q_SIGNALS:
-    void grantedIdsChanged();
-    void directChanged();
-
-private:
-    QPointer<FleetAccess> m_access;
-    QPointer<SessionWatcher> m_watcher;
-    bool m_direct = true;
 };

@@ -101,9 +101,7 @@ StatusItemController::~StatusItemController() = default;
 void StatusItemController::refresh()
 {
     const std::optional<Session> focused = m_watcher ? m_watcher->focused() : std::nullopt;
-    // Trays on Linux and Windows show no text beside the icon, so the title's percentage rides on the
-    // icon's badge and in the tooltip. A macOS build would put titleText(focused) beside the icon in
-    // DotGothic16 at 13 points, as its status items can.
+    // Trays show no text beside the icon, so the percentage rides on the icon's badge and in the tooltip.
     m_toolTip = toolTipText(focused);
     if (m_tray)
         m_tray->setToolTip(m_toolTip);
@@ -132,14 +130,14 @@ StatusItemController::State StatusItemController::currentState() const
         state.sessions = m_watcher->sessions();
         state.pinnedID = m_watcher->pinnedID();
     }
-    state.granted = m_access && !m_access->grantedIds().isEmpty();
+    if (m_access) {
+        for (const FleetFolder &folder : FleetAccess::folders()) {
+            if (m_access->unreadableIds().contains(folder.id))
+                state.unreadable.append(u"~/"_s + folder.relativePath);
+        }
+    }
     state.petVisible = m_pet && m_pet->shown();
     return state;
-}
-
-QString StatusItemController::titleText(const std::optional<Session> &focused)
-{
-    return focused ? u" "_s + QString::number(focused->percent()) + u'%' : QString();
 }
 
 QString StatusItemController::toolTipText(const std::optional<Session> &focused)
@@ -168,9 +166,7 @@ void StatusItemController::populate(QMenu *menu, const State &state)
     addItem(menu, menuSafe(headerText(state.focused)), Command::none)->setEnabled(false);
     menu->addSeparator();
 
-    if (!state.granted) {
-        addItem(menu, u"Let Yuzuha See Your Sessions\u2026"_s, Command::openWelcome);
-    } else if (state.sessions.isEmpty()) {
+    if (state.sessions.isEmpty()) {
         addItem(menu, u"No sessions today"_s, Command::none)->setEnabled(false);
     } else {
         QAction *fullest = addItem(menu, u"Follow the Fullest"_s, Command::followFullest);
@@ -184,6 +180,9 @@ void StatusItemController::populate(QMenu *menu, const State &state)
             item->setChecked(state.pinnedID == session.id);
         }
     }
+    // A folder out of reach is named, so the user knows where to look.
+    for (const QString &folder : state.unreadable)
+        addItem(menu, menuSafe(u"Cannot read "_s + folder), Command::none)->setEnabled(false);
     menu->addSeparator();
 
     addItem(menu, state.petVisible ? u"Hide Yuzuha"_s : u"Show Yuzuha"_s, Command::toggleVisible);
@@ -250,9 +249,6 @@ void StatusItemController::perform(const QAction *action)
         return;
     case Command::openSettings:
         Q_EMIT settingsRequested();
-        return;
-    case Command::openWelcome:
-        Q_EMIT welcomeRequested();
         return;
     case Command::quit:
         QCoreApplication::quit();

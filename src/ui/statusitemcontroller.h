@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -32,12 +33,12 @@ public:
         std::optional<Session> focused;
         QList<Session> sessions;
         std::optional<QString> pinnedID;
-        bool granted = true; ///< at least one agent folder may be read
+        QStringList unreadable; ///< agent folders she cannot read, as "~/.codex/sessions"
         bool petVisible = true; ///< her panel is on screen now
     };
 
     /// What a menu item does when chosen; kept on the item as its `command` property.
-    enum class Command { none, followFullest, follow, toggleVisible, openSettings, openWelcome, quit };
+    enum class Command { none, followFullest, follow, toggleVisible, openSettings, quit };
     Q_ENUM(Command)
 
     /// Session items shown at most; the rest are reached through the popover.
@@ -59,8 +60,6 @@ public:
     /// The menu's state as the watcher, the gate and her model have it now.
     State currentState() const;
 
-    /// " 42%" for a focused session, empty without one: the text a tray with titles shows after the icon.
-    static QString titleText(const std::optional<Session> &focused);
     static QString toolTipText(const std::optional<Session> &focused);
     /// The focused tier's two phrases ("Makasete!  Leave it to me!" without a session).
     static QString headerText(const std::optional<Session> &focused);
@@ -81,7 +80,6 @@ Q_SIGNALS:
     void showPetRequested();
     void hidePetRequested();
     void settingsRequested();
-    void welcomeRequested();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -1,4 +1,5 @@
 #include "journal.h"
+#include "taillines.h"
 #include "tailreader.h"
 #include "testsupport.h"
 
@@ -83,7 +84,7 @@ QByteArray generatedLog(QRandomGenerator &random, int lineCount, int maxLine)
 QByteArrayList reversedTail(const QString &path, qint64 byteCount)
 {
     QByteArrayList lines;
-    if (const std::optional<Journal::Tail> tail = Journal::tailLines(path, byteCount)) {
+    if (const std::optional<TestSupport::Tail> tail = TestSupport::tailLines(path, byteCount)) {
         for (auto line = tail->lines.crbegin(); line != tail->lines.crend(); ++line)
             lines.append(line->toByteArray());
     }
@@ -127,7 +128,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, content);
         QFETCH(qint64, byteCount);
-        const std::optional<Journal::Tail> tail = Journal::tailLines(write(content), byteCount);
+        const std::optional<TestSupport::Tail> tail = TestSupport::tailLines(write(content), byteCount);
         QVERIFY(tail);
         QByteArrayList got;
         for (const QByteArrayView line : tail->lines)
@@ -145,7 +146,7 @@ private Q_SLOTS:
     void unreadableFiles()
     {
         QFETCH(QString, path);
-        QVERIFY(!Journal::tailLines(path, Journal::tailSizes[0]));
+        QVERIFY(!TestSupport::tailLines(path, Journal::tailSizes[0]));
         QVERIFY(!Journal::headCwd(path));
         QCOMPARE(Journal::claude(path), Reading());
         QCOMPARE(Journal::codex(path), Reading());
@@ -318,7 +319,7 @@ private Q_SLOTS:
         const QByteArray content
             = claudeTokens(5) + '\n' + filler(100 * KiB) + "garbage before the cut " + cutRecord + filler(Journal::tailSizes[0] - cutRecord.size());
         const QString path = write(content);
-        const std::optional<Journal::Tail> tail = Journal::tailLines(path, Journal::tailSizes[0]);
+        const std::optional<TestSupport::Tail> tail = TestSupport::tailLines(path, Journal::tailSizes[0]);
         QVERIFY(tail && !tail->lines.isEmpty());
         QVERIFY(!tail->lines.constFirst().contains("input_tokens"));
         QCOMPARE(Journal::claude(path), fromApp(5));
@@ -443,6 +444,9 @@ private Q_SLOTS:
         QTest::addRow("no model") << OptionalText() << qint64(1'000'000);
         QTest::addRow("opus 4.7") << OptionalText(u"claude-opus-4-7"_s) << qint64(1'000'000);
         QTest::addRow("a 1M marker") << OptionalText(u"claude-sonnet-4-5[1m]"_s) << qint64(1'000'000);
+        for (const char *model :
+            { "claude-fable", "claude-mythos-1", "claude-opus-5", "claude-sonnet-5-20260101", "claude-opus-4-6", "claude-opus-4-8", "claude-sonnet-4-6" })
+            QTest::addRow("%s", model) << OptionalText(QString::fromLatin1(model)) << qint64(1'000'000);
         QTest::addRow("sonnet 4.5") << OptionalText(u"claude-sonnet-4-5"_s) << qint64(200'000);
         QTest::addRow("matching is case-sensitive") << OptionalText(u"Claude-Opus-4-6"_s) << qint64(200'000);
         QTest::addRow("an upper-case marker is not the 1M marker") << OptionalText(u"claude-sonnet-4-5[1M]"_s) << qint64(200'000);

@@ -149,15 +149,6 @@ private Q_SLOTS:
         QCOMPARE(after.center().x(), before.center().x());
     }
 
-    void dragEndStoresOrigin()
-    {
-        Fixture f;
-        f.controller->showOnLaunch();
-        f.controller->panel()->moveFrame(QPoint(100, 200));
-        f.controller->moved();
-        QCOMPARE(f.storedOrigin(), u"{100, %1}"_s.arg(primaryBottom() - 200 - 372));
-    }
-
     void updateDecides_data()
     {
         QTest::addColumn<bool>("reduceMotion");
@@ -260,50 +251,6 @@ private Q_SLOTS:
         menu->actions().at(2)->trigger();
         QVERIFY(f.prefs.keepOnTop());
         QVERIFY(f.controller->panel()->flags().testFlag(Qt::WindowStaysOnTopHint));
-    }
-
-    // Menu tags out of range choose the default size and leave the outfit alone.
-    void pickTags()
-    {
-        Fixture f(false, [](Preferences &p) { p.setSize(Preferences::Size::small); });
-        f.controller->pickSize(2);
-        QCOMPARE(f.prefs.size(), Preferences::Size::large);
-        f.controller->pickSize(7);
-        QCOMPARE(f.prefs.size(), Preferences::Size::medium);
-        f.controller->pickOutfit(15);
-        f.controller->pickOutfit(16);
-        f.controller->pickOutfit(-1);
-        QCOMPARE(f.prefs.outfit(), Preferences::Outfit::seifuku);
-    }
-
-    void hoveringAndInputRegion()
-    {
-        Fixture f;
-        f.controller->showOnLaunch();
-        f.controller->model()->setAnnouncing(false);
-        const QRectF sprite = f.controller->stage()->spriteRect();
-        QCOMPARE(sprite.size(), QSizeF(93, 250));
-        QCOMPARE(sprite.bottom(), 372.0 - 30);
-        const QPointF onHer(sprite.right() - 5, sprite.center().y());
-        const QPointF beside(sprite.left() + 5, sprite.center().y());
-        const QPoint bandPoint(20, 40);
-        QVERIFY(!f.controller->panel()->inputRegion().contains(bandPoint));
-
-        f.controller->pointerMoved(beside);
-        QVERIFY(!f.controller->model()->hovering());
-        f.controller->pointerMoved(onHer);
-        QVERIFY(f.controller->model()->hovering());
-        QVERIFY(f.controller->panel()->inputRegion().contains(bandPoint));
-        f.controller->pointerMoved(QPointF(onHer.x(), 40));
-        QVERIFY(f.controller->model()->hovering());
-        f.controller->pointerLeft();
-        QVERIFY(!f.controller->model()->hovering());
-        QVERIFY(!f.controller->panel()->inputRegion().contains(bandPoint));
-        QVERIFY(f.controller->panel()->inputRegion().contains(onHer.toPoint()));
-        QVERIFY(!f.controller->panel()->inputRegion().contains(beside.toPoint()));
-
-        f.prefs.setPercentTag(false);
-        QVERIFY(!f.controller->panel()->inputRegion().contains(QPoint(135, 360)));
     }
 
     void overlayShowsTheTag()

@@ -52,18 +52,6 @@ private Q_SLOTS:
         QCOMPARE(model.tier(), 0);
     }
 
-    void equalAssignmentStillNotifies()
-    {
-        PetModel model;
-        QSignalSpy hovering(&model, &PetModel::hoveringChanged);
-        QSignalSpy any(&model, &PetModel::changed);
-        model.setHovering(false);
-        model.setHovering(false);
-        model.setMood(PetModel::Mood::empty);
-        QCOMPARE(hovering.count(), 2);
-        QCOMPARE(any.count(), 3);
-    }
-
     void detail()
     {
         QCOMPARE(PetModel::detail(TestSupport::session(u"billing-api"_s, 84'200)), u"billing-api \u00B7 84K / 200K"_s);

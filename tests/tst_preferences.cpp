@@ -33,17 +33,6 @@ private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init() { m_dir = std::make_unique<QTemporaryDir>(); }
 
-    void freshUserGetsDefaultsAndNothingIsWritten()
-    {
-        const auto prefs = make();
-        QCOMPARE(prefs->size(), Preferences::Size::medium);
-        QVERIFY(prefs->keepOnTop() && prefs->allSpaces() && prefs->speechBubbles() && prefs->percentTag() && prefs->petVisible());
-        QCOMPARE(prefs->bedtime(), 0);
-        QCOMPARE(prefs->outfit(), Preferences::Outfit::seasonal);
-        QVERIFY(!prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool());
-        QVERIFY(!QFile::exists(settingsFile()));
-    }
-
     void badStoredValuesFallBack_data()
     {
         QTest::addColumn<QString>("key");

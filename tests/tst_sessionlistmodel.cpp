@@ -143,23 +143,6 @@ private Q_SLOTS:
         QCOMPARE(pin.size(), 2);
     }
 
-    void captionOnlyRefreshNamesTheCaptionRole()
-    {
-        // Time passing changes only "5m ago"; the row must not be redrawn as if its session changed.
-        QDateTime clockNow = now;
-        SessionListModel model;
-        model.setNow([&clockNow] { return clockNow; });
-        model.update(sessions(u"ab"), std::nullopt, std::nullopt);
-        QCOMPARE(model.index(0).data(SessionListModel::CaptionRole).toString().right(6), u"5m ago"_s);
-
-        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
-        clockNow = now.addSecs(120);
-        model.update(sessions(u"ab"), std::nullopt, std::nullopt);
-        QCOMPARE(changed.size(), 2);
-        QCOMPARE(changed.at(0).at(2).value<QList<int>>(), QList<int> { SessionListModel::CaptionRole });
-        QCOMPARE(model.index(0).data(SessionListModel::CaptionRole).toString().right(6), u"7m ago"_s);
-    }
-
     void caption_data()
     {
         QTest::addColumn<std::optional<qint64>>("tokens");

@@ -24,9 +24,11 @@ Session numbered(int n, std::optional<qint64> tokens = 84'000)
     return session(u"project-%1"_s.arg(n), tokens, 200'000, QDateTime::currentDateTime().addSecs(-60 * n));
 }
 
-// The view as the popover hosts it, over a model the test feeds and folders that are all readable.
+// The view as the popover hosts it, over a model the test feeds and folders the test opens or shuts.
 struct Hosted {
-    FleetAccess access { u"/nowhere"_s, [](const QString &) { return FleetAccess::State::readable; } };
+    bool codexShut = false;
+    FleetAccess access { u"/h"_s,
+        [this](const QString &path) { return codexShut && path == u"/h/.codex/sessions"_s ? FleetAccess::State::unreadable : FleetAccess::State::readable; } };
     ViewEngine engine { nullptr, &access, nullptr };
     SessionListModel model;
     QQuickView view { &engine, nullptr };
@@ -49,38 +51,6 @@ class SessionsViewTest : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
-    void listHeight_data()
-    {
-        QTest::addColumn<int>("count");
-        QTest::addColumn<int>("height");
-        QTest::addRow("six sessions fit") << 6 << 412;
-        QTest::addRow("seven sessions scroll") << 7 << 420;
-    }
-    void listHeight()
-    {
-        QFETCH(int, count);
-        Hosted hosted;
-        QVERIFY(hosted.find(u"emptyText"_s) && !hosted.find(u"sessionList"_s));
-
-        QList<Session> sessions;
-        for (int i = 0; i < count; ++i)
-            sessions.append(numbered(i));
-        hosted.model.update(sessions, std::nullopt, std::nullopt);
-        // The list lays its rows out at the next frame.
-        QTRY_VERIFY(hosted.find(u"sessionList"_s));
-        QQuickItem *list = hosted.find(u"sessionList"_s);
-        QVERIFY(!hosted.find(u"emptyText"_s));
-        QTEST(qRound(list->height()), "height");
-        QCOMPARE(hosted.view.rootObject()->width(), 330.0);
-
-        // The popover is as tall as its content: with one session left it shrinks by what the list lost.
-        const qreal tall = hosted.view.rootObject()->height();
-        const qreal listHeight = list->height();
-        hosted.model.update(sessions.first(1), std::nullopt, std::nullopt);
-        QTRY_COMPARE(list->height(), 82.0);
-        QCOMPARE(hosted.view.rootObject()->height(), tall - (listHeight - 82));
-    }
 
     void row_data()
     {
@@ -121,53 +91,15 @@ private Q_SLOTS:
         QCOMPARE(row->property("toolTipText").toString(), pinned ? u"Click to stop following this session"_s : u"Click to make her follow this session"_s);
     }
 
-    void meter_data()
-    {
-        QTest::addColumn<int>("tier");
-        QTest::addColumn<int>("ink");
-        QTest::addColumn<int>("coral");
-        QTest::addRow("tier 0: all unlit") << 0 << 0 << 0;
-        QTest::addRow("tier 4: four ink") << 4 << 4 << 0;
-        QTest::addRow("tier 5: five coral") << 5 << 0 << 5;
-        QTest::addRow("tier 6: all coral") << 6 << 0 << 6;
-    }
-    void meter()
-    {
-        QFETCH(int, tier);
-        QQmlEngine engine;
-        engine.addImportPath(u"qrc:/qt/qml"_s);
-        QQmlComponent component(&engine);
-        component.setData("import Yuzuha\nMeter {}", QUrl());
-        std::unique_ptr<QObject> meter(component.createWithInitialProperties({ { u"tier"_s, tier }, { u"percent"_s, 50 } }));
-        QVERIFY2(meter, qPrintable(component.errorString()));
-        int ink = 0, coral = 0;
-        for (int i = 0; i < 6; ++i) {
-            QQuickItem *segment = find(qobject_cast<QQuickItem *>(meter.get()), u"segment%1"_s.arg(i));
-            QVERIFY(segment);
-            const QColor colour = segment->property("color").value<QColor>();
-            // Lit segments fill from the left; the rest are unlit.
-            QCOMPARE(colour == Theme::segmentOff(), i >= tier);
-            ink += colour == Theme::ink();
-            coral += colour == Theme::coralDeep();
-        }
-        QTEST(ink, "ink");
-        QTEST(coral, "coral");
-    }
-
-    void pillFollowsThePin()
+    void namesTheFolderSheCannotRead()
     {
         Hosted hosted;
-        QQuickItem *pill = hosted.find(u"followPill"_s);
-        const auto text = [&] { return hosted.find(u"followPillText"_s)->property("text").toString(); };
-        // Nothing listed, nothing pinned: the pill still shows, mint and disabled.
-        QCOMPARE(text(), u"Following the fullest"_s);
-        QCOMPARE(pill->property("color").value<QColor>(), Theme::mint());
-        QVERIFY(!pill->isEnabled());
-
-        hosted.model.update({ numbered(1), numbered(2) }, numbered(2).id, numbered(2).id);
-        QCOMPARE(text(), u"Follow the fullest"_s);
-        QCOMPARE(pill->property("color").value<QColor>(), Theme::sticky());
-        QVERIFY(pill->isEnabled());
+        QVERIFY(!hosted.find(u"unreadableText"_s));
+        hosted.codexShut = true;
+        hosted.access.check();
+        QQuickItem *notice = hosted.find(u"unreadableText"_s);
+        QVERIFY(notice);
+        QVERIFY(notice->property("text").toString().startsWith(u"She cannot read ~/.codex/sessions:"_s));
     }
 
     void edge_data()

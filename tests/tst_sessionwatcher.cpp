@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sched.h>
+
 #include <atomic>
 
 #include <sys/stat.h>
@@ -162,6 +164,7 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("window");
         const QString sonnet = u"claude-sonnet-4-5"_s, opus = u"claude-opus-4-7"_s;
         QTest::addRow("tokens past the model window raise it to one million") << sonnet << qint64(250'000) << qint64(0) << qint64(0) << qint64(1'000'000);
+        QTest::addRow("a negative bedtime is none, and raises nothing") << sonnet << qint64(250'000) << qint64(0) << qint64(-5) << qint64(200'000);
         QTest::addRow("a bedtime replaces the window") << sonnet << qint64(250'000) << qint64(0) << qint64(200'000) << qint64(200'000);
         QTest::addRow("a bedtime is never raised") << opus << qint64(450'000) << qint64(0) << qint64(400'000) << qint64(400'000);
         QTest::addRow("a bedtime below the model window") << opus << qint64(190'000) << qint64(0) << qint64(200'000) << qint64(200'000);
@@ -280,6 +283,14 @@ private Q_SLOTS:
         watcher.start();
         QVERIFY(finished.wait(5'000));
         QCOMPARE(changed.size(), 1);
+        // Its thread runs only on otherwise idle time.
+        int idleThreads = 0;
+        for (const QString &task : QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile comm(u"/proc/self/task/"_s + task + u"/comm"_s);
+            if (comm.open(QIODevice::ReadOnly) && comm.readAll().startsWith("app.yuzuha"))
+                idleThreads += sched_getscheduler(task.toInt()) == SCHED_IDLE;
+        }
+        QCOMPARE(idleThreads, 1);
         QCOMPARE(watcher.sessions().size(), 1);
         QCOMPARE(watcher.sessions().first().window, 200'000);
 

@@ -58,12 +58,11 @@ private Q_SLOTS:
         Preferences *prefs = m_app->preferences();
         QQuickItem *control = item(property + u"Switch"_s);
         QVERIFY(control);
-        QQuickItem *knob = control->findChild<QQuickItem *>(u"knob"_s);
         QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
-        QVERIFY(knob && accessible);
+        QVERIFY(accessible);
         QCOMPARE(accessible->role(), QAccessible::CheckBox);
 
-        // A stored value shows; a click writes the other one through, and the knob ends at that edge.
+        // A stored value shows; a click writes the other one through.
         for (const bool stored : { false, true }) {
             prefs->setProperty(property.toUtf8(), stored);
             QVERIFY(control->property("isOn").toBool() == stored && accessible->state().checked == stored);
@@ -72,15 +71,7 @@ private Q_SLOTS:
             QCOMPARE(prefs->property(property.toUtf8()).toBool(), !stored);
             QCOMPARE(prefs->defaults().value(property).toBool(), !stored);
             QCOMPARE(control->property("isOn").toBool(), !stored);
-            QTRY_COMPARE(knob->x(), !stored ? control->width() - 3 - knob->width() : 3.0);
         }
-
-        // Two quick clicks come back to the start, knob included.
-        const bool start = prefs->property(property.toUtf8()).toBool();
-        click(control);
-        click(control);
-        QCOMPARE(prefs->property(property.toUtf8()).toBool(), start);
-        QTRY_COMPARE(knob->x(), start ? control->width() - 3 - knob->width() : 3.0);
     }
 
     void sizePillsWriteAndReflect_data()
@@ -118,11 +109,6 @@ private Q_SLOTS:
         QCOMPARE(prefs->defaults().value(u"petSize"_s).toInt(), static_cast<int>(picked));
         QCOMPARE(chosen(), QList<int> { static_cast<int>(picked) });
         QVERIFY(QAccessible::queryAccessibleInterface(pill)->state().checked);
-
-        // The dark capsule settles behind the chosen pill.
-        QQuickItem *slider = pills->findChild<QQuickItem *>(u"slider"_s);
-        QTRY_COMPARE(slider->mapToScene(QPointF(0, 0)), pill->mapToScene(QPointF(0, 0)));
-        QCOMPARE(slider->width(), pill->width());
     }
 
     void pickingAnOutfitWritesIt_data()
@@ -150,15 +136,11 @@ private Q_SLOTS:
         QCOMPARE(prefs->outfit(), to);
         QCOMPARE(prefs->defaults().value(u"outfit"_s).toString(), Preferences::rawValue(to));
 
-        // Exactly one card carries the heavy outline, and assistive tools hear which.
+        // Exactly one card is selected, and assistive tools hear which.
         for (const Preferences::OutfitName &name : Preferences::outfits) {
-            const Preferences::Outfit outfit = name.outfit;
             QQuickItem *each = item(u"tile_"_s + name.raw.toString());
-            const bool selected = each->property("selected").toBool();
-            QCOMPARE(selected, outfit == to);
-            const QObject *pen = each->findChild<QQuickItem *>(u"outline"_s)->property("border").value<QObject *>();
-            QCOMPARE(pen->property("width").toReal(), selected ? 1.5 : 1.0);
-            QCOMPARE(QAccessible::queryAccessibleInterface(each)->state().checked, outfit == to);
+            QCOMPARE(each->property("selected").toBool(), name.outfit == to);
+            QCOMPARE(QAccessible::queryAccessibleInterface(each)->state().checked, name.outfit == to);
         }
     }
 
@@ -197,38 +179,6 @@ private Q_SLOTS:
             QCOMPARE(m_app->watcher()->bedtime(), tokens);
             QCOMPARE(selected(), QList<int> { row });
         }
-    }
-
-    void loginSwitchShowsTheRegistration()
-    {
-        Preferences *prefs = m_app->preferences();
-        QQuickItem *login = item(u"openAtLoginSwitch"_s);
-        const QString entry = m_config.filePath(u"autostart/yuzuha.desktop"_s);
-        prefs->setOpenAtLogin(false);
-        QVERIFY(!QFile::exists(entry));
-        QCOMPARE(login->property("isOn").toBool(), false);
-
-        click(login);
-        QVERIFY(QFile::exists(entry) && prefs->openAtLogin());
-        QCOMPARE(login->property("isOn").toBool(), true);
-
-        click(login);
-        QVERIFY(!QFile::exists(entry));
-        QCOMPARE(login->property("isOn").toBool(), false);
-    }
-
-    void refusedLoginRegistrationLeavesTheSwitchOff()
-    {
-        // A plain file where the autostart folder belongs: the registration cannot be written.
-        const QString folder = m_config.filePath(u"autostart"_s);
-        QDir(folder).removeRecursively();
-        QVERIFY(!TestSupport::writeFile(folder, {}).isEmpty());
-
-        QQuickItem *login = item(u"openAtLoginSwitch"_s);
-        click(login);
-        QVERIFY(!m_app->preferences()->openAtLogin());
-        QCOMPARE(login->property("isOn").toBool(), false);
-        QVERIFY(QFile::remove(folder));
     }
 
     void folderRowsSayWhatSheCannotRead()

@@ -41,12 +41,6 @@ private Q_SLOTS:
         QCOMPARE(QFontDatabase::weight(face.family, QFontDatabase::styles(face.family).value(0)), weight);
     }
 
-    void sizesAreDeviceIndependentPixels()
-    {
-        // A half keeps its half.
-        QCOMPARE(Theme::bodyFont(12.5).pointSizeF() * 96.0 / 72.0, 12.5);
-    }
-
     void glyphsTheViewsWrite()
     {
         QVERIFY(Fonts::registerAll());

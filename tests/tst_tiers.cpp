@@ -46,26 +46,6 @@ private Q_SLOTS:
         QTEST(Tiers::percent(tokens, window), "percent");
         QTEST(Tiers::tier(tokens, window), "tier");
     }
-
-    void providerRawValues_data()
-    {
-        QTest::addColumn<QString>("raw");
-        QTest::addColumn<int>("provider"); // -1 for none
-        QTest::addRow("CLAUDE") << u"CLAUDE"_s << int(Provider::claude);
-        QTest::addRow("CODEX") << u"CODEX"_s << int(Provider::codex);
-        QTest::addRow("lower case is no provider") << u"claude"_s << -1;
-        QTest::addRow("padded is no provider") << u"CODEX "_s << -1;
-        QTest::addRow("empty is no provider") << QString() << -1;
-    }
-    void providerRawValues()
-    {
-        QFETCH(QString, raw);
-        QFETCH(int, provider);
-        const std::optional<Provider> parsed = providerFromRawValue(raw);
-        QCOMPARE(parsed ? int(*parsed) : -1, provider);
-        if (parsed)
-            QCOMPARE(providerRawValue(*parsed), raw);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestTiers)

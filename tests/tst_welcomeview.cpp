@@ -83,17 +83,6 @@ private Q_SLOTS:
         QVERIFY(!m_app->preferences()->defaults().contains(Preferences::hasSeenWelcomeKey.toString()));
         QCOMPARE(m_app->windows()->welcome(), view);
     }
-
-    void portraitWearsTheOutfitOfWhenItWasBuilt()
-    {
-        m_app->preferences()->setOutfit(Preferences::Outfit::frieren);
-        QQuickItem *portrait = find(welcome()->rootObject(), u"portrait"_s);
-        QVERIFY(portrait);
-        QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
-        QCOMPARE(portrait->height(), 360.0);
-        m_app->preferences()->setOutfit(Preferences::Outfit::hero);
-        QCOMPARE(portrait->property("source").toUrl(), QUrl(u"image://sprites/frieren/0"_s));
-    }
 };
 
 QTEST_MAIN(WelcomeViewTest)

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <string_view>
 
@@ -212,44 +211,6 @@ template <typename Decide> Reading scanTails(const QString &path, Decide decide)
     return Reading();
 }
 } // namespace
-
-std::optional<Tail> tailLines(const QString &path, qint64 byteCount)
-{
-    if (byteCount < 0)
-        return std::nullopt;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return std::nullopt;
-    const qint64 length = file.size();
-    const qint64 start = length > byteCount ? length - byteCount : 0;
-    if (!file.seek(start))
-        return std::nullopt;
-
-    Tail tail;
-    tail.bytes.resize(length - start);
-    const qint64 got = length > start ? file.read(tail.bytes.data(), length - start) : 0;
-    if (got < 0)
-        return std::nullopt;
-    tail.bytes.truncate(got);
-    tail.complete = start == 0;
-
-    const char *const begin = tail.bytes.constData();
-    const char *const end = begin + tail.bytes.size();
-    const char *cursor = begin;
-    bool dropFirst = start > 0; // the first line may be the cut-off end of an older one
-    while (cursor < end) {
-        const void *found = std::memchr(cursor, '\n', static_cast<size_t>(end - cursor));
-        const char *const lineEnd = found ? static_cast<const char *>(found) : end;
-        if (lineEnd > cursor) {
-            if (dropFirst)
-                dropFirst = false;
-            else
-                tail.lines.append(QByteArrayView(cursor, lineEnd - cursor));
-        }
-        cursor = lineEnd + 1;
-    }
-    return tail;
-}
 
 Reading claude(const QString &path)
 {

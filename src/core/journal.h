@@ -35,16 +35,6 @@ inline constexpr std::array<qint64, 3> tailSizes { 262'144, 4'194'304, 33'554'43
 /// Bytes of a Codex log's head searched for the working directory.
 inline constexpr qint64 headSize = 524'288;
 
-struct Tail {
-    QByteArray bytes; ///< the bytes read; `lines` point into it
-    QList<QByteArrayView> lines; ///< oldest first, without newlines, no empty lines
-    bool complete = false; ///< the whole file was read
-};
-
-/// The last `byteCount` bytes of a file split into lines; the first line is dropped when the
-/// read started past offset 0. Absent when the file cannot be opened, positioned or read.
-std::optional<Tail> tailLines(const QString &path, qint64 byteCount);
-
 /// The newest decisive record of a Claude Code log: usage (tokens, model, cwd) or compaction (cwd).
 Reading claude(const QString &path);
 /// The newest token-count event of a Codex log (tokens, window) and the cwd from its head.

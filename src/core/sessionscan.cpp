@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
 using namespace Qt::StringLiterals;
@@ -44,14 +45,20 @@ struct Walk {
     void folder(const fs::path &dir) const
     {
         std::error_code error;
-        fs::directory_iterator it(dir, fs::directory_options::none, error);
-        if (error)
-            return;
         std::vector<fs::directory_entry> entries;
-        for (const fs::directory_iterator end; it != end; it.increment(error)) {
+        // A read error ends a listing where it happened; open the folder again (a few times at most)
+        // and take the entries not seen yet, so one bad read does not hide the rest of the folder.
+        std::set<fs::path> seen;
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            fs::directory_iterator it(dir, fs::directory_options::none, error);
             if (error)
                 break;
-            entries.push_back(*it);
+            for (const fs::directory_iterator end; it != end; it.increment(error)) {
+                if (seen.insert(it->path().filename()).second)
+                    entries.push_back(*it);
+            }
+            if (!error)
+                break;
         }
         std::sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) { return a.path().native() < b.path().native(); });
         for (const fs::directory_entry &entry : entries) {
@@ -165,8 +172,9 @@ qint64 SessionScan::effectiveWindow(Provider provider, const Journal::Reading &r
     const qint64 model = provider == Provider::codex ? reading.window.value_or(defaultCodexWindow) : Journal::claudeWindow(reading.model);
     if (bedtime > 0)
         return bedtime;
-    // Tokens beyond the window mean the model has a larger one than its name tells.
-    if (reading.tokens && *reading.tokens > model)
+    // Tokens beyond the window mean the model has a larger one than its name tells. Only without a
+    // bedtime: a negative one (a hand-edited setting) is no bedtime, and raises nothing either.
+    if (bedtime == 0 && reading.tokens && *reading.tokens > model)
         return raisedWindow;
     return model;
 }

@@ -4,6 +4,9 @@
 
 #include <QThread>
 
+#include <pthread.h>
+#include <sched.h>
+
 using namespace Qt::StringLiterals;
 
 /// Runs the passes on the watcher's thread. It owns the scan (candidates, cache, last sweep), so nothing
@@ -52,7 +55,17 @@ void SessionWatcher::ensureThread()
     connect(m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
     // Results come back as values through the event queue; the worker never waits for the main thread.
     connect(m_worker, &SessionWatcherWorker::passed, this, &SessionWatcher::receive, Qt::QueuedConnection);
-    m_thread->start(QThread::LowPriority);
+    // Qt's LowPriority does nothing here: under SCHED_OTHER Linux offers only priority 0. SCHED_IDLE
+    // runs the passes only when a core would otherwise sit idle, so a busy build or an agent at work
+    // never waits for her; the kernel lets any thread lower itself to it without privileges.
+    connect(
+        m_thread, &QThread::started, m_worker,
+        [] {
+            const sched_param none {};
+            pthread_setschedparam(pthread_self(), SCHED_IDLE, &none);
+        },
+        Qt::DirectConnection);
+    m_thread->start();
 }
 
 void SessionWatcher::stopThread()

@@ -11,7 +11,7 @@
 class QThread;
 class SessionWatcherWorker;
 
-/// Keeps the list of recent agent sessions: every 3 s a pass runs on one low-priority worker
+/// Keeps the list of recent agent sessions: every 3 s a pass runs on one idle-priority worker
 /// thread and the result is published here, on the main thread, only when it changed.
 class SessionWatcher : public QObject
 {

@@ -13,7 +13,7 @@ namespace Journal
 /// through one reused buffer. A log with no decisive record near its end is read 32 MiB deep;
 /// a buffer of that size would cost thousands of fresh pages per call, a chunk costs a few.
 ///
-/// Lines are split exactly as `tailLines` splits them: at '\n', empty pieces dropped, '\r'
+/// Lines are split at '\n', empty pieces dropped, '\r'
 /// kept, and the oldest piece dropped when the region starts past offset 0 (it may be the
 /// cut-off end of an older line). Plain reads, never a mapping: a log truncated while mapped
 /// would raise SIGBUS. The file's length is taken once, when it is opened; a read that comes

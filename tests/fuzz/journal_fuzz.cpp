@@ -2,6 +2,7 @@
 // never crash, the Claude reader never states a window, the Codex reader never names a model,
 // the tail reader hands out non-empty lines without newlines that lie inside its buffer, and the
 // backward reader, in tiny chunks, yields the same lines newest first.
+#include "../taillines.h"
 #include "journal.h"
 #include "tailreader.h"
 
@@ -28,7 +29,7 @@ void require(bool condition, const char *what)
 
 void checkTail(const QString &path, qint64 fileSize, qint64 byteCount)
 {
-    const std::optional<Journal::Tail> tail = Journal::tailLines(path, byteCount);
+    const std::optional<TestSupport::Tail> tail = TestSupport::tailLines(path, byteCount);
     require(tail.has_value(), "a readable file gives a tail");
     require(tail->complete == (fileSize <= byteCount), "complete exactly when the whole file is in view");
     require(tail->bytes.size() == std::min(fileSize, byteCount), "the tail holds the last byteCount bytes");
@@ -57,7 +58,7 @@ void checkBackwardReader(const QString &path, qint64 chunkSize, std::initializer
         while (const std::optional<QByteArrayView> line = reader.next())
             seen.append(line->toByteArray());
         require(reader.intact(), "a file that does not change reads intact");
-        const std::optional<Journal::Tail> tail = Journal::tailLines(path, byteCount);
+        const std::optional<TestSupport::Tail> tail = TestSupport::tailLines(path, byteCount);
         require(tail && seen.size() == tail->lines.size(), "the backward reader yields as many lines as tailLines");
         for (qsizetype i = 0; i < seen.size(); ++i)
             require(seen.at(i) == tail->lines.at(tail->lines.size() - 1 - i), "the backward reader yields tailLines' lines newest first");

@@ -26,6 +26,8 @@ Item {
         SpeechBubble {
             id: bubble
 
+            // Found by name where a desktop without a compositor needs her outline.
+            objectName: "bubble"
             model: overlay.model
             maxWidth: overlay.width - 12
             anchors.horizontalCenter: parent.horizontalCenter
@@ -55,6 +57,7 @@ Item {
     }
 
     TierTag {
+        objectName: "tag"
         model: overlay.model
         visible: Preferences.percentTag
         anchors.horizontalCenter: parent.horizontalCenter

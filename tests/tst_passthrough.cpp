@@ -123,6 +123,59 @@ private Q_SLOTS:
         QVERIFY(region.rectCount() <= 3);
     }
 
+    // The window a Wayland compositor hands clicks to is cut to this part; what lies outside it is never drawn.
+    void drawnPartCoversWhatIsDrawn_data()
+    {
+        QTest::addColumn<State>("state");
+        QTest::addColumn<QRect>("part");
+        // Her figure: a 93 × 263 sprite with its headroom, centred, feet 30 above the bottom.
+        QTest::addRow("quiet: figure and tag") << State { panel, false, false, true } << QRect(65, 79, 140, 293);
+        QTest::addRow("no tag: figure down to the bottom edge") << State { panel, false, false, false } << QRect(88, 79, 94, 293);
+        QTest::addRow("bubble up: the whole panel") << State { panel, true, false, true } << QRect(0, 0, 270, 372);
+        QTest::addRow("hovering raises the bubble too") << State { panel, false, true, false } << QRect(0, 0, 270, 372);
+    }
+    void drawnPartCoversWhatIsDrawn()
+    {
+        QFETCH(State, state);
+        const QRectF figure(88.5, 79, 93, 263);
+        const QRect part = PassThrough::drawnPart(state, figure);
+        QTEST(part, "part");
+        QVERIFY(QRectF(part).contains(figure));
+        // Her bottom centre stays where the panel has it, so cutting the window moves nothing on screen.
+        QCOMPARE(part.bottom() + 1, int(panel.height()));
+        QCOMPARE(part.left() + part.right() + 1, int(panel.width()));
+    }
+
+    void silhouetteKeepsOnlyDrawnPixels_data()
+    {
+        QTest::addColumn<qreal>("dpr");
+        QTest::addColumn<QPointF>("point");
+        QTest::addColumn<bool>("shown");
+        QTest::addRow("opaque half of her") << 1.0 << QPointF(150, 200) << true;
+        QTest::addRow("transparent half of her") << 1.0 << QPointF(100, 200) << false;
+        QTest::addRow("tag middle") << 1.0 << QPointF(135, 355) << true;
+        QTest::addRow("tag's rounded corner") << 1.0 << QPointF(85.5, 344.5) << false;
+        QTest::addRow("bubble body") << 1.0 << QPointF(30, 30) << true;
+        QTest::addRow("bubble's rounded corner") << 1.0 << QPointF(11, 11) << false;
+        QTest::addRow("tail under the body's centre") << 1.0 << QPointF(135, 84) << true;
+        QTest::addRow("beside the tail") << 1.0 << QPointF(120, 84) << false;
+        QTest::addRow("opaque half at scale 2") << 2.0 << QPointF(150, 200) << true;
+        QTest::addRow("bubble corner at scale 2") << 2.0 << QPointF(11, 11) << false;
+    }
+    void silhouetteKeepsOnlyDrawnPixels()
+    {
+        QFETCH(qreal, dpr);
+        // A sprite whose left half is transparent, a 100 × 22 tag with radius 7, a bubble over the band.
+        PassThrough::AlphaMask mask = maskOf(int(90 * dpr), int(250 * dpr), 255);
+        for (int row = 0; row < mask.height; ++row)
+            std::memset(mask.alpha.data() + qsizetype(row) * mask.width, 0, size_t(mask.width / 2));
+        QList<PassThrough::RoundedRect> rounded { { QRectF(85, 344, 100, 22), 7 } };
+        rounded += PassThrough::bubbleOutline(QRectF(10, 10, 250, 78), 14, 9);
+        const QRegion region = PassThrough::silhouette(mask, QRectF(90, 92, 90, 250), rounded, dpr);
+        QFETCH(QPointF, point);
+        QTEST(region.contains((point * dpr).toPoint()), "shown");
+    }
+
     void breathingWakesOnlyOnPixelChanges_data()
     {
         QTest::addColumn<int>("pixelHeight");

@@ -111,6 +111,8 @@ private Q_SLOTS:
         QTest::addRow("first launch: the bottom-right corner") << QString() << true;
         QTest::addRow("an origin off every screen is corrected and stored") << u"{99999, 99999}"_s << true;
         QTest::addRow("an unreadable origin is (0, 0), which is on screen") << u"garbage"_s << false;
+        // The panel's centre is still on screen there, but of her only the top of her hair.
+        QTest::addRow("an origin showing only her hair is corrected") << u"{300, -250}"_s << true;
     }
     void launchPlacement()
     {

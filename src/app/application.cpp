@@ -1,5 +1,6 @@
 #include "application.h"
 
+#include "desktopwatcher.h"
 #include "fleetaccess.h"
 #include "fonts.h"
 #include "petcontroller.h"
@@ -47,15 +48,17 @@ Application::Application(Environment environment, QObject *parent)
     m_popover = std::make_unique<SessionsPopover>(watcher, m_engine.get());
     m_popover->setReduceMotion(reduceMotion);
 
+    m_desktop = std::make_unique<DesktopWatcher>();
     PetController::Inputs inputs;
     inputs.preferences = prefs;
     inputs.sprites = m_sprites.get();
     inputs.focused = [watcher] { return watcher->focused(); };
     inputs.outOfReach = [access] { return !access->unreadableIds().isEmpty(); };
     inputs.reduceMotion = reduceMotion;
+    inputs.desktop = m_desktop.get();
     m_pet = std::make_unique<PetController>(std::move(inputs), m_engine.get());
     PetController *pet = m_pet.get();
-    m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), TrayImage::faces(u":/"_s));
+    m_tray = std::make_unique<StatusItemController>(watcher, access, pet->model(), TrayImage::faces(u":/"_s), m_desktop.get());
     StatusItemController *tray = m_tray.get();
     WindowManager *windows = m_windows.get();
     SessionsPopover *popover = m_popover.get();

@@ -11,6 +11,7 @@
 
 #include <memory>
 
+class DesktopWatcher;
 class PetController;
 class Preferences;
 class SessionWatcher;
@@ -45,6 +46,8 @@ public:
     explicit Application(Environment environment, QObject *parent = nullptr);
     ~Application() override;
 
+    DesktopWatcher *desktop() const { return m_desktop.get(); }
+
     /// Starts the watcher, puts her on the desktop and opens the welcome window until it was seen.
     void launch();
     /// Launched again while running: show her.
@@ -69,6 +72,7 @@ private:
     std::unique_ptr<ViewEngine> m_engine;
     std::unique_ptr<WindowManager> m_windows;
     std::unique_ptr<SessionsPopover> m_popover;
+    std::unique_ptr<DesktopWatcher> m_desktop;
     std::unique_ptr<PetController> m_pet;
     std::unique_ptr<StatusItemController> m_tray;
 };

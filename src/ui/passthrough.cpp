@@ -1,11 +1,13 @@
 #include "passthrough.h"
 
 #include "dimensions.h"
+#include "x11desktop.h"
 
 #include <QGuiApplication>
 #include <QList>
 #include <QWindow>
 
+#include <algorithm>
 #include <cmath>
 
 #ifdef YUZUHA_HAVE_XCB_SHAPE
@@ -53,17 +55,6 @@ Decision decide(const State &state, QPointF point, bool onHer)
 
 namespace
 {
-#ifdef YUZUHA_HAVE_XCB_SHAPE
-// The X connection when running on the X11 platform (the offscreen platform may answer the X11 interface without one).
-xcb_connection_t *x11Connection()
-{
-    if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
-        return nullptr;
-    auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-#endif
-
 // Her opaque pixels as y-x banded rectangles in device pixels; identical neighbouring rows share one band.
 QRegion spriteRegion(const AlphaMask &mask, const QRectF &spriteRect, qreal dpr)
 {
@@ -130,12 +121,70 @@ QRegion inputRegion(const State &state, const std::optional<AlphaMask> &mask, co
     return region;
 }
 
+QRect drawnPart(const State &state, const QRectF &figure)
+{
+    const QRectF panel(QPointF(0, 0), state.panel);
+    const qreal middle = panel.width() / 2;
+    // Symmetric about the panel's centre line, down to its bottom edge.
+    qreal halfWidth = std::max(middle - figure.left(), figure.right() - middle);
+    qreal top = figure.top();
+    if (state.percentTag) {
+        halfWidth = std::max(halfWidth, tagHalfWidth);
+        top = std::min(top, panel.height() - Dimensions::tagBand());
+    }
+    if (state.bubbleUp()) {
+        halfWidth = middle;
+        top = 0;
+    }
+    const QRectF part = QRectF(QPointF(middle - halfWidth, top), QPointF(middle + halfWidth, panel.height())) & panel;
+    return QRect(
+        QPoint(int(std::floor(part.left())), int(std::floor(part.top()))), QPoint(int(std::ceil(part.right())) - 1, int(std::ceil(part.bottom())) - 1));
+}
+
+QList<RoundedRect> bubbleOutline(const QRectF &frame, qreal radius, qreal tail)
+{
+    const QRectF body(frame.topLeft(), QSizeF(frame.width(), frame.height() - tail));
+    QList<RoundedRect> outline { { body, std::min({ radius, body.width() / 2, body.height() / 2 }) } };
+    // The tail narrows to its tip in steps of whole pixels; two bands are close enough to its slope.
+    const qreal mid = frame.center().x();
+    outline.append({ QRectF(mid - tail * 0.6, body.bottom(), tail * 1.2, tail / 2), 0 });
+    outline.append({ QRectF(mid - tail * 0.25, body.bottom() + tail / 2, tail * 0.5, tail / 2), 0 });
+    return outline;
+}
+
+QRegion silhouette(const std::optional<AlphaMask> &mask, const QRectF &drawnSprite, const QList<RoundedRect> &rounded, qreal dpr)
+{
+    QRegion region;
+    if (mask && mask->width > 0 && mask->height > 0 && !drawnSprite.isEmpty())
+        region = spriteRegion(*mask, drawnSprite, dpr);
+    for (const RoundedRect &item : rounded) {
+        const QRect r(QPoint(int(std::lround(item.rect.left() * dpr)), int(std::lround(item.rect.top() * dpr))),
+            QPoint(int(std::lround(item.rect.right() * dpr)) - 1, int(std::lround(item.rect.bottom() * dpr)) - 1));
+        if (r.isEmpty())
+            continue;
+        const int radius = std::min({ int(std::lround(item.radius * dpr)), r.width() / 2, r.height() / 2 });
+        if (radius <= 0) {
+            region += r;
+            continue;
+        }
+        // A rounded rectangle: the cross of the two inner rectangles and an ellipse in each corner.
+        region += r.adjusted(radius, 0, -radius, 0);
+        region += r.adjusted(0, radius, 0, -radius);
+        const QSize corner(2 * radius, 2 * radius);
+        region += QRegion(QRect(r.topLeft(), corner), QRegion::Ellipse);
+        region += QRegion(QRect(QPoint(r.right() + 1 - 2 * radius, r.top()), corner), QRegion::Ellipse);
+        region += QRegion(QRect(QPoint(r.left(), r.bottom() + 1 - 2 * radius), corner), QRegion::Ellipse);
+        region += QRegion(QRect(QPoint(r.right() + 1 - 2 * radius, r.bottom() + 1 - 2 * radius), corner), QRegion::Ellipse);
+    }
+    return region;
+}
+
 void applyInputRegion(QWindow *window, const QRegion &deviceRegion)
 {
     if (!window)
         return;
 #ifdef YUZUHA_HAVE_XCB_SHAPE
-    if (xcb_connection_t *connection = x11Connection()) {
+    if (xcb_connection_t *connection = X11Desktop::connection()) {
         // Only the input shape: the bounding shape would also clip the soft edges and shadows she draws.
         QList<xcb_rectangle_t> rects;
         rects.reserve(deviceRegion.rectCount());
@@ -158,50 +207,4 @@ void applyInputRegion(QWindow *window, const QRegion &deviceRegion)
     window->setMask(logical);
 }
 
-void setOnAllDesktops(QWindow *window, bool on)
-{
-#ifdef YUZUHA_HAVE_XCB_SHAPE
-    xcb_connection_t *connection = x11Connection();
-    if (!window || !connection)
-        return;
-    const auto atom = [connection](const char *name) {
-        const xcb_intern_atom_cookie_t cookie = xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name);
-        xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(connection, cookie, nullptr);
-        const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-        std::free(reply);
-        return result;
-    };
-    const xcb_atom_t desktopAtom = atom("_NET_WM_DESKTOP");
-    if (desktopAtom == XCB_ATOM_NONE)
-        return;
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    uint32_t desktop = 0xFFFFFFFF;
-    if (!on) {
-        // Leave "all desktops" for the one the user is looking at.
-        desktop = 0;
-        const xcb_atom_t currentAtom = atom("_NET_CURRENT_DESKTOP");
-        const xcb_get_property_cookie_t cookie = xcb_get_property(connection, 0, root, currentAtom, XCB_ATOM_CARDINAL, 0, 1);
-        if (xcb_get_property_reply_t *reply = xcb_get_property_reply(connection, cookie, nullptr)) {
-            if (xcb_get_property_value_length(reply) == 4)
-                desktop = *static_cast<uint32_t *>(xcb_get_property_value(reply));
-            std::free(reply);
-        }
-    }
-    const auto id = xcb_window_t(window->winId());
-    // Before mapping the window manager reads the property; afterwards it only listens to requests.
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, desktopAtom, XCB_ATOM_CARDINAL, 32, 1, &desktop);
-    xcb_client_message_event_t event {};
-    event.response_type = XCB_CLIENT_MESSAGE;
-    event.format = 32;
-    event.window = id;
-    event.type = desktopAtom;
-    event.data.data32[0] = desktop;
-    event.data.data32[1] = 1; // a normal application
-    xcb_send_event(connection, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, reinterpret_cast<const char *>(&event));
-    xcb_flush(connection);
-#else
-    Q_UNUSED(window)
-    Q_UNUSED(on)
-#endif
-}
 } // namespace PassThrough

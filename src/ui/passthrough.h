@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QList>
 #include <QPointF>
 #include <QRectF>
 #include <QRegion>
@@ -59,10 +60,24 @@ Decision decide(const State &state, QPointF point, bool onHer);
 /// The region is in device pixels of the window.
 QRegion inputRegion(const State &state, const std::optional<AlphaMask> &mask, const QRectF &spriteRect, qreal dpr);
 
+/// The part of the panel drawn now, in whole device-independent pixels of the panel: `figure` (her
+/// sprite with the room her hop and breath need above it), the tag while it is on, and the bubble
+/// band while the bubble is up. It stays centred on the panel and reaches its bottom, so a window cut
+/// to it keeps her bottom centre where the whole panel had it.
+QRect drawnPart(const State &state, const QRectF &figure);
+
+/// What is drawn, as the region a window without a compositor is clipped to (device pixels): her
+/// opaque pixels where `drawnSprite` puts them, and each of `rounded` (a frame with its corner radius,
+/// such as the tag and the bubble's body). Hard edges: a pixel is in or out.
+struct RoundedRect {
+    QRectF rect;
+    qreal radius = 0;
+};
+QRegion silhouette(const std::optional<AlphaMask> &mask, const QRectF &drawnSprite, const QList<RoundedRect> &rounded, qreal dpr);
+/// The bubble's outline: the body above its tail, whose tip reaches the bottom of `frame` at its centre.
+QList<RoundedRect> bubbleOutline(const QRectF &frame, qreal radius, qreal tail);
+
 /// Restricts pointer input to `region` without clipping what the window draws, where the
 /// platform allows it (the X11 input shape); elsewhere falls back to the window mask.
 void applyInputRegion(QWindow *window, const QRegion &deviceRegion);
-
-/// Shows the window on every virtual desktop (X11 only; elsewhere nothing happens).
-void setOnAllDesktops(QWindow *window, bool on);
 } // namespace PassThrough

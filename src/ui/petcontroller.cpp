@@ -1,9 +1,11 @@
 #include "petcontroller.h"
 
+#include "desktopwatcher.h"
 #include "dimensions.h"
 #include "petmodel.h"
 #include "petpanel.h"
 #include "petstageview.h"
+#include "popupdismissal.h"
 
 #include <QActionGroup>
 #include <QCoreApplication>
@@ -60,9 +62,9 @@ QPoint PetController::parseOrigin(const QString &text, int height, int primaryBo
     return QPoint(int(std::lround(x)), primaryBottom - int(std::lround(y)) - height);
 }
 
-bool PetController::visibleEnough(const QRect &frame, const QList<QRect> &available)
+bool PetController::visibleEnough(const QRect &figure, const QList<QRect> &available)
 {
-    const QRectF f(frame);
+    const QRectF f(figure);
     const QRectF centre = f.adjusted(f.width() * 0.3, f.height() * 0.3, -f.width() * 0.3, -f.height() * 0.3);
     for (const QRect &area : available) {
         if (centre.intersects(QRectF(area)))
@@ -103,6 +105,9 @@ PetController::PetController(Inputs inputs, QQmlEngine *engine, QObject *parent)
     connect(stage, &PetStageView::contextMenuRequested, this, [this](QPoint at) {
         QMenu *menu = contextMenu();
         menu->setAttribute(Qt::WA_DeleteOnClose);
+        // Under a Wayland compositor her pointer grab cannot see a click elsewhere.
+        if (m_panel->cropsToDrawn())
+            PopupDismissal::closeWhenLeft(menu);
         menu->popup(at);
     });
     connect(stage, &PetStageView::pointerMoved, this, &PetController::pointerMoved);
@@ -127,6 +132,8 @@ PetController::PetController(Inputs inputs, QQmlEngine *engine, QObject *parent)
         m_outfit = outfit;
         QTimer::singleShot(0, this, &PetController::applyOutfit);
     });
+    if (m_inputs.desktop)
+        connect(m_inputs.desktop, &DesktopWatcher::compositingChanged, m_panel.get(), &PetPanel::setCompositing);
     connect(prefs, &Preferences::keepOnTopChanged, m_panel.get(), &PetPanel::setKeepOnTop);
     m_panel->setKeepOnTop(prefs->keepOnTop());
     connect(prefs, &Preferences::allSpacesChanged, m_panel.get(), &PetPanel::setAllSpaces);
@@ -163,7 +170,30 @@ PetStageView *PetController::stage() const
 
 void PetController::watchScreen(QScreen *screen)
 {
-    connect(screen, &QScreen::availableGeometryChanged, this, [this] { QTimer::singleShot(0, this, &PetController::keepOnScreen); });
+    connect(screen, &QScreen::availableGeometryChanged, this, [this] { QTimer::singleShot(0, this, &PetController::workAreaChanged); });
+}
+
+void PetController::workAreaChanged()
+{
+    const QScreen *primary = mainScreen();
+    if (m_atCorner && primary) {
+        // A panel that starts after her reserves its strip: the corner she stands in moves with the work area.
+        m_panel->moveFrame(defaultCorner(primary->availableGeometry(), panelFrame().size()));
+    } else {
+        // A place the user chose stays, unless a panel now covers what is drawn of her: then she steps off it.
+        const QRect drawn = m_panel->restingPart().translated(panelFrame().topLeft());
+        for (const QScreen *screen : QGuiApplication::screens()) {
+            const QRect area = screen->availableGeometry();
+            if (!screen->geometry().intersects(drawn) || area.contains(drawn))
+                continue;
+            const int dx = drawn.left() < area.left() ? area.left() - drawn.left() : std::min(0, area.right() - drawn.right());
+            const int dy = drawn.top() < area.top() ? area.top() - drawn.top() : std::min(0, area.bottom() - drawn.bottom());
+            m_panel->moveFrame(panelFrame().topLeft() + QPoint(dx, dy));
+            storeOrigin();
+            break;
+        }
+    }
+    keepOnScreen();
 }
 
 void PetController::scheduleUpdate()
@@ -179,7 +209,7 @@ void PetController::scheduleUpdate()
 
 QRect PetController::panelFrame() const
 {
-    return m_panel->geometry();
+    return m_panel->frame();
 }
 
 void PetController::showOnLaunch()
@@ -205,16 +235,13 @@ void PetController::layout(bool keepAnchor)
         // The bottom centre stays put.
         const qreal midX = current.x() + current.width() / 2.0;
         origin = QPoint(int(std::lround(midX - panel.width() / 2.0)), current.y() + current.height() - panel.height());
-    } else if (stored.isValid()) {
-        origin = parseOrigin(stored.toString(), panel.height(), primaryBottom());
     } else {
         const QScreen *screen = mainScreen();
-        origin = defaultCorner(screen ? screen->availableGeometry() : QRect(), panel);
+        const QPoint corner = defaultCorner(screen ? screen->availableGeometry() : QRect(), panel);
+        origin = stored.isValid() ? parseOrigin(stored.toString(), panel.height(), primaryBottom()) : corner;
+        m_atCorner = origin == corner;
     }
-    m_panel->setGeometry(QRect(origin, panel));
-    stage()->setSize(g.panel);
-    if (QQuickItem *overlay = m_panel->overlay())
-        overlay->setSize(g.panel);
+    m_panel->setFrame(QRect(origin, panel));
     stage()->layoutSprite(g.sprite, std::max(m_shownTier, 0));
     keepOnScreen();
     updateInputRegion();
@@ -225,12 +252,14 @@ void PetController::keepOnScreen()
     QList<QRect> available;
     for (const QScreen *screen : QGuiApplication::screens())
         available.append(screen->availableGeometry());
-    if (visibleEnough(panelFrame(), available))
+    // Her figure, not the panel: the empty bubble band above her could hold the panel on screen with only her hair showing.
+    if (visibleEnough(stage()->spriteRect().toAlignedRect().translated(panelFrame().topLeft()), available))
         return;
     const QScreen *primary = QGuiApplication::primaryScreen();
     if (!primary)
         return;
-    m_panel->setPosition(defaultCorner(primary->availableGeometry(), panelFrame().size()));
+    m_atCorner = true;
+    m_panel->moveFrame(defaultCorner(primary->availableGeometry(), panelFrame().size()));
     storeOrigin();
 }
 
@@ -241,6 +270,7 @@ void PetController::storeOrigin()
 
 void PetController::moved()
 {
+    m_atCorner = false;
     // No clamping after a drag: she may be left mostly off screen until the next layout or display change.
     storeOrigin();
 }
@@ -298,7 +328,7 @@ void PetController::clicked()
     // The bubble makes way for the sessions list.
     m_announceTimer.stop();
     m_model->setAnnouncing(false);
-    Q_EMIT sessionsRequested(stage()->mapRectToScene(stage()->spriteRect()).translated(m_panel->position()).toAlignedRect());
+    Q_EMIT sessionsRequested(stage()->spriteRect().translated(panelFrame().topLeft()).toAlignedRect());
 }
 
 void PetController::setReduceMotion(bool on)
@@ -396,7 +426,7 @@ void PetController::hideFromMenu()
 
 void PetController::pointerMoved(QPointF position)
 {
-    PassThrough::State state { m_panel->size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
+    PassThrough::State state { panelFrame().size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
     const PassThrough::Decision decision = PassThrough::decide(state, position, stage()->isOnHer(position));
     if (decision.hovering != m_model->hovering())
         m_model->setHovering(decision.hovering);
@@ -410,6 +440,6 @@ void PetController::pointerLeft()
 
 void PetController::updateInputRegion()
 {
-    const PassThrough::State state { m_panel->size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
-    m_panel->setInputRegion(PassThrough::inputRegion(state, stage()->mask(), stage()->spriteRect(), stage()->scale()));
+    const PassThrough::State state { panelFrame().size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
+    m_panel->updateShapes(state);
 }

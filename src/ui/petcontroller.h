@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 
+class DesktopWatcher;
 class PetModel;
 class PetPanel;
 class PetStageView;
@@ -40,6 +41,8 @@ public:
         std::function<bool()> outOfReach;
         /// Whether the desktop asks for reduced motion.
         bool reduceMotion = false;
+        /// What the desktop around her can do now (a compositor), or null.
+        DesktopWatcher *desktop = nullptr;
     };
 
     static constexpr qreal cornerRight = 12;
@@ -55,8 +58,8 @@ public:
     /// The Qt top-left of a panel of `height` from a stored text; unreadable text reads as the origin (0, 0).
     static QPoint parseOrigin(const QString &text, int height, int primaryBottom);
 
-    /// Whether the central 40 % × 40 % of a panel frame is on any of the screens' available areas.
-    static bool visibleEnough(const QRect &frame, const QList<QRect> &available);
+    /// Whether the central 40 % × 40 % of her figure (her sprite's frame on screen) is on any of the screens' available areas.
+    static bool visibleEnough(const QRect &figure, const QList<QRect> &available);
     /// Bottom-right of an available area: 12 from the right, 8 above the bottom.
     static QPoint defaultCorner(const QRect &available, QSize panel);
 
@@ -103,7 +106,7 @@ public:
     /// The pointer is at `position` in the panel: update hovering.
     void pointerMoved(QPointF position);
     void pointerLeft();
-    /// Re-derives the part of the panel that takes the pointer.
+    /// Re-derives the parts of the panel that take the pointer and are drawn.
     void updateInputRegion();
 
 Q_SIGNALS:
@@ -120,6 +123,7 @@ private:
     void applyOutfit();
     void storeOrigin();
     void watchScreen(QScreen *screen);
+    void workAreaChanged();
     QRect panelFrame() const;
 
     Inputs m_inputs;
@@ -130,4 +134,6 @@ private:
     std::optional<QString> m_shownSessionID;
     bool m_updatePending = false;
     std::optional<Preferences::Outfit> m_outfit;
+    // Standing in the default corner, not where the user put her: the corner follows the work area.
+    bool m_atCorner = true;
 };

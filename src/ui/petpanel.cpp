@@ -1,6 +1,7 @@
 #include "petpanel.h"
 
 #include "petstageview.h"
+#include "x11desktop.h"
 
 #include <QQuickItem>
 
@@ -10,12 +11,24 @@ PetPanel::PetPanel(QWindow *parent)
 {
     // A managed tool window (no taskbar entry) that never takes the keyboard focus.
     setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint);
+    // Mapped with a user time of 0, so no window manager tries to activate her, refuses, and flags her for attention.
+    setProperty("_q_showWithoutActivating", true);
     setColor(Qt::transparent);
     QSurfaceFormat format = requestedFormat();
     format.setAlphaBufferSize(8);
     setFormat(format);
     setTitle(QStringLiteral("Yuzuha"));
+    m_frameSize = size();
     m_stage->setSize(size());
+    m_stage->setMover([this] { return m_frameTopLeft; }, [this](QPoint topLeft) { moveFrame(topLeft); });
+    // Under a Wayland compositor the window's rectangle, not its input shape, decides who gets a click.
+    m_crop = X11Desktop::isXwayland();
+    m_compositing = X11Desktop::compositorRunning();
+    // Without a compositor the clip follows every pixel her breath and hop move her by.
+    connect(m_stage, &PetStageView::drawnMoved, this, [this] {
+        if (!m_compositing)
+            updateSilhouette();
+    });
 }
 
 PetPanel::~PetPanel() = default;
@@ -27,11 +40,153 @@ void PetPanel::setOverlay(QQuickItem *overlay)
         return;
     overlay->setParentItem(contentItem());
     overlay->setZ(1);
-    overlay->setSize(size());
+    overlay->setPosition(m_stage->position());
+    overlay->setSize(m_frameSize);
     // The overlay only draws; every pointer event belongs to the stage beneath.
     overlay->setAcceptedMouseButtons(Qt::NoButton);
     overlay->setAcceptHoverEvents(false);
     overlay->setAcceptTouchEvents(false);
+    watchOverlayItem("bubble");
+    watchOverlayItem("tag");
+}
+
+void PetPanel::watchOverlayItem(const char *name)
+{
+    // The bubble and the tag change size with their text.
+    if (auto *item = m_overlay->findChild<QQuickItem *>(QLatin1StringView(name))) {
+        const auto changed = [this] {
+            if (!m_compositing)
+                updateSilhouette();
+        };
+        connect(item, &QQuickItem::widthChanged, this, changed);
+        connect(item, &QQuickItem::heightChanged, this, changed);
+    }
+}
+
+void PetPanel::updateShapes(const PassThrough::State &state)
+{
+    m_shapeState = state;
+    setInputRegion(PassThrough::inputRegion(state, m_stage->mask(), m_stage->spriteRect(), m_stage->scale()));
+    setDrawnPart(PassThrough::drawnPart(state, m_stage->figureRect()));
+    updateSilhouette();
+}
+
+void PetPanel::setCompositing(bool on)
+{
+    if (on == m_compositing)
+        return;
+    m_compositing = on;
+    updateSilhouette();
+}
+
+void PetPanel::updateSilhouette()
+{
+    if (m_compositing || !m_shapeState) {
+        setSilhouette(std::nullopt);
+        return;
+    }
+    QList<PassThrough::RoundedRect> rounded;
+    if (m_overlay) {
+        // Their frames in the scene without the bubble's pop-in scale: the clip is where they come to rest.
+        const auto frameOf = [this](const QQuickItem *item) { return QRectF(item->parentItem()->mapToItem(m_overlay, item->position()), item->size()); };
+        const auto *tag = m_overlay->findChild<QQuickItem *>(QStringLiteral("tag"));
+        if (tag && m_shapeState->percentTag)
+            rounded.append({ frameOf(tag), tag->property("radius").toReal() });
+        const auto *bubble = m_overlay->findChild<QQuickItem *>(QStringLiteral("bubble"));
+        if (bubble && m_shapeState->bubbleUp()) {
+            qreal radius = 0;
+            for (const QQuickItem *child : bubble->childItems())
+                radius = std::max(radius, child->property("radius").toReal());
+            rounded += PassThrough::bubbleOutline(frameOf(bubble), radius, bubble->property("tail").toReal());
+        }
+    }
+    setSilhouette(PassThrough::silhouette(m_stage->mask(), m_stage->drawnSpriteRect(), rounded, m_stage->scale()));
+}
+
+QRect PetPanel::coveredPart() const
+{
+    const QRect whole(QPoint(0, 0), m_frameSize);
+    return m_crop && !m_drawnPart.isEmpty() ? m_drawnPart & whole : whole;
+}
+
+QRect PetPanel::restingPart() const
+{
+    if (!m_shapeState)
+        return QRect(QPoint(0, 0), m_frameSize);
+    PassThrough::State resting = *m_shapeState;
+    resting.announcing = false;
+    resting.hovering = false;
+    return PassThrough::drawnPart(resting, m_stage->figureRect());
+}
+
+QRect PetPanel::frame() const
+{
+    // Kept here, not read back from the window: the window's position lags behind requests while its part changes.
+    return QRect(m_frameTopLeft, m_frameSize);
+}
+
+void PetPanel::setFrame(const QRect &frame)
+{
+    m_frameSize = frame.size();
+    placeWindow(frame.topLeft());
+}
+
+void PetPanel::moveFrame(QPoint topLeft)
+{
+    placeWindow(topLeft);
+}
+
+void PetPanel::setCropToDrawn(bool on)
+{
+    if (m_crop == on)
+        return;
+    const QPoint frameTopLeft = frame().topLeft();
+    m_crop = on;
+    placeWindow(frameTopLeft);
+}
+
+void PetPanel::setDrawnPart(const QRect &part)
+{
+    if (part == m_drawnPart)
+        return;
+    const QPoint frameTopLeft = frame().topLeft();
+    m_drawnPart = part;
+    if (m_crop)
+        placeWindow(frameTopLeft);
+}
+
+void PetPanel::placeWindow(QPoint frameTopLeft)
+{
+    m_frameTopLeft = frameTopLeft;
+    const QRect part = coveredPart();
+    // The scene keeps the frame's layout; only the window's view onto it moves, so nothing on screen shifts.
+    m_stage->setPosition(-part.topLeft());
+    m_stage->setSize(m_frameSize);
+    if (m_overlay) {
+        m_overlay->setPosition(-part.topLeft());
+        m_overlay->setSize(m_frameSize);
+    }
+    const QRect window(frameTopLeft + part.topLeft(), part.size());
+    if (window != geometry())
+        setGeometry(window);
+    applyShapes();
+}
+
+QRegion PetPanel::toWindow(const QRegion &frameDevice) const
+{
+    const qreal dpr = devicePixelRatio();
+    const QPoint offset = coveredPart().topLeft();
+    return frameDevice.translated(-qRound(offset.x() * dpr), -qRound(offset.y() * dpr));
+}
+
+void PetPanel::applyShapes()
+{
+    if (!handle())
+        return;
+    if (m_inputRegionSet)
+        PassThrough::applyInputRegion(this, toWindow(m_inputRegion));
+    if (m_silhouette)
+        X11Desktop::setBoundingShape(this, toWindow(*m_silhouette));
 }
 
 void PetPanel::setKeepOnTop(bool on)
@@ -40,15 +195,17 @@ void PetPanel::setKeepOnTop(bool on)
         return;
     // Changing flags on a mapped X11 window updates its state in place; it is not unmapped.
     setFlag(Qt::WindowStaysOnTopHint, on);
-    if (m_inputRegionSet)
-        PassThrough::applyInputRegion(this, m_inputRegion);
+    applyShapes();
 }
 
 void PetPanel::setAllSpaces(bool on)
 {
+    if (on == m_allSpaces)
+        return;
     m_allSpaces = on;
-    if (handle())
-        PassThrough::setOnAllDesktops(this, on);
+    // Before mapping the state goes with the window (showEvent); a mapped window has to ask.
+    if (handle() && isVisible() && !m_mapping)
+        X11Desktop::requestAllDesktops(this, on);
 }
 
 void PetPanel::setInputRegion(const QRegion &deviceRegion)
@@ -58,7 +215,17 @@ void PetPanel::setInputRegion(const QRegion &deviceRegion)
     m_inputRegion = deviceRegion;
     m_inputRegionSet = true;
     if (handle())
-        PassThrough::applyInputRegion(this, m_inputRegion);
+        PassThrough::applyInputRegion(this, toWindow(m_inputRegion));
+}
+
+void PetPanel::setSilhouette(const std::optional<QRegion> &deviceRegion)
+{
+    if (deviceRegion == m_silhouette)
+        return;
+    m_silhouette = deviceRegion;
+    if (!handle())
+        return;
+    X11Desktop::setBoundingShape(this, m_silhouette ? std::optional<QRegion>(toWindow(*m_silhouette)) : std::nullopt);
 }
 
 void PetPanel::orderFront()
@@ -71,16 +238,42 @@ void PetPanel::orderFront()
 void PetPanel::resizeEvent(QResizeEvent *event)
 {
     QQuickWindow::resizeEvent(event);
-    m_stage->setSize(size());
-    if (m_overlay)
-        m_overlay->setSize(size());
+    // A size given to the window directly (not through setFrame) is the whole frame.
+    if (!m_crop && size() != m_frameSize) {
+        m_frameSize = size();
+        m_stage->setSize(m_frameSize);
+        if (m_overlay)
+            m_overlay->setSize(m_frameSize);
+    }
+}
+
+void PetPanel::moveEvent(QMoveEvent *event)
+{
+    QQuickWindow::moveEvent(event);
+    // A window that is the whole frame carries it wherever it is put (a window manager may place it too).
+    if (!m_crop)
+        m_frameTopLeft = position();
 }
 
 void PetPanel::showEvent(QShowEvent *event)
 {
-    // The native window exists now: give it the input shape and desktop placement decided while it had none.
-    if (m_inputRegionSet)
-        PassThrough::applyInputRegion(this, m_inputRegion);
-    PassThrough::setOnAllDesktops(this, m_allSpaces);
+    // The native window exists but is not mapped yet: give it the shapes and the desktop state decided
+    // while it had none. A window manager reads the state once, at the map that follows.
+    m_mapping = true;
+    applyShapes();
+    X11Desktop::setInitialState(this, X11Desktop::panelStates(m_allSpaces, flags().testFlag(Qt::WindowStaysOnTopHint)), m_allSpaces);
     QQuickWindow::showEvent(event);
+    m_mapping = false;
+    m_justMapped = true;
+}
+
+void PetPanel::exposeEvent(QExposeEvent *event)
+{
+    QQuickWindow::exposeEvent(event);
+    if (!m_justMapped || !isExposed())
+        return;
+    m_justMapped = false;
+    // Some window managers (mutter) flag a window that did not take the focus at map for attention when it
+    // overlaps the focused one, and the shell then announces her. She never wants attention: take it back.
+    X11Desktop::requestState(this, "DEMANDS_ATTENTION", false);
 }

@@ -247,7 +247,8 @@ void PetStageView::tick()
         m_hopClock.invalidate();
     const int breath = breathPixels(now);
     const int lift = hopPixels(now);
-    if (breath != m_shownBreath || lift != m_shownHop) {
+    const bool moved = breath != m_shownBreath || lift != m_shownHop;
+    if (moved) {
         m_shownBreath = breath;
         m_shownHop = lift;
         dirty = true;
@@ -260,6 +261,8 @@ void PetStageView::tick()
     }
     if (dirty)
         requestRedraw();
+    if (moved)
+        Q_EMIT drawnMoved();
     schedule();
 }
 
@@ -291,6 +294,23 @@ qreal PetStageView::headroom() const
     return 0;
 }
 
+QRectF PetStageView::drawnSpriteRect() const
+{
+    const qreal dpr = scale();
+    QRectF rect = spriteRect();
+    rect.setTop(rect.top() - m_shownBreath / dpr - m_shownHop / dpr);
+    rect.setBottom(rect.bottom() - m_shownHop / dpr);
+    return rect;
+}
+
+QRectF PetStageView::figureRect() const
+{
+    QRectF rect = spriteRect();
+    const qreal breath = m_reduceMotion ? 0 : std::ceil(rect.height() * StageMotion::breathStretch);
+    rect.setTop(rect.top() - breath - StageMotion::hop().peak());
+    return rect;
+}
+
 bool PetStageView::isOnHer(QPointF point) const
 {
     return PassThrough::isOnHer(m_mask, spriteRect(), point);
@@ -307,10 +327,7 @@ QSGNode *PetStageView::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
         root->appendChildNode(root->currentOpacity);
     }
     QQuickWindow *w = window();
-    const qreal dpr = scale();
-    QRectF rect = spriteRect();
-    rect.setTop(rect.top() - m_shownBreath / dpr - m_shownHop / dpr);
-    rect.setBottom(rect.bottom() - m_shownHop / dpr);
+    QRectF rect = drawnSpriteRect();
     if (m_imageDirty && w) {
         m_imageDirty = false;
         delete root->previous;
@@ -370,7 +387,7 @@ void PetStageView::mousePressEvent(QMouseEvent *event)
     }
     event->accept();
     m_dragStartMouse = event->globalPosition();
-    m_dragStartOrigin = window() ? window()->position() : QPoint();
+    m_dragStartOrigin = m_origin ? m_origin() : window() ? window()->position() : QPoint();
     m_dragged = false;
     m_isDragging = true;
 }
@@ -385,7 +402,10 @@ void PetStageView::mouseMoveEvent(QMouseEvent *event)
         return;
     // Once begun, the drag follows the pointer exactly, also back inside the threshold.
     m_dragged = true;
-    window()->setPosition(m_dragStartOrigin + d.toPoint());
+    if (m_moveTo)
+        m_moveTo(m_dragStartOrigin + d.toPoint());
+    else
+        window()->setPosition(m_dragStartOrigin + d.toPoint());
 }
 
 void PetStageView::mouseReleaseEvent(QMouseEvent *event)

@@ -10,6 +10,7 @@
 #include <QQuickItem>
 #include <QTimer>
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 
@@ -24,6 +25,8 @@ public:
     Keyframes(QList<qreal> times, QList<qreal> values, qreal duration, QEasingCurve easing, bool repeats);
 
     qreal duration() const { return m_duration; }
+    /// The largest value the curve reaches.
+    qreal peak() const { return *std::max_element(m_values.cbegin(), m_values.cend()); }
     bool repeats() const { return m_repeats; }
     /// The value `seconds` after the start (held at the last value once a one-shot curve ends).
     qreal value(qreal seconds) const;
@@ -67,6 +70,12 @@ public:
 
     /// Where bitmaps come from: the sprites of the chosen outfit, or a test's own.
     void setImageSource(ImageSource source) { m_source = std::move(source); }
+    /// Where a drag reads and puts the top-left of what it moves (the window's position unless told otherwise).
+    void setMover(std::function<QPoint()> origin, std::function<void(QPoint)> moveTo)
+    {
+        m_origin = std::move(origin);
+        m_moveTo = std::move(moveTo);
+    }
     /// Whether breathing, hop and fade are left out.
     void setReduceMotion(bool on) { m_reduceMotion = on; }
     bool reduceMotion() const { return m_reduceMotion; }
@@ -88,6 +97,10 @@ public:
     /// Clear space at the top of the shown bitmap above her head (the middle third of its columns), in this
     /// item's units: outfits and tiers differ, and the bubble's tail reaches down through it to her.
     qreal headroom() const;
+    /// Where the bitmap is drawn this moment, lifted by the breath and the hop.
+    QRectF drawnSpriteRect() const;
+    /// The resting sprite with the room above it that her highest hop and deepest breath reach.
+    QRectF figureRect() const;
     const std::optional<PassThrough::AlphaMask> &mask() const { return m_mask; }
     qreal scale() const;
 
@@ -106,6 +119,8 @@ Q_SIGNALS:
     void pointerLeft();
     /// The shown bitmap, and with it the mask, changed.
     void contentsChanged();
+    /// A breath or a hop moved the drawn bitmap by a device pixel.
+    void drawnMoved();
 
 protected:
     QSGNode *updatePaintNode(QSGNode *old, UpdatePaintNodeData *) override;
@@ -150,6 +165,8 @@ private:
 
     std::optional<QPointF> m_dragStartMouse;
     QPoint m_dragStartOrigin;
+    std::function<QPoint()> m_origin;
+    std::function<void(QPoint)> m_moveTo;
     bool m_dragged = false;
     bool m_isDragging = false;
 };

@@ -1,5 +1,7 @@
 #include "statusitemcontroller.h"
 
+#include "desktopwatcher.h"
+
 #include "fleetaccess.h"
 #include "formatting.h"
 #include "petmodel.h"
@@ -12,6 +14,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -36,27 +39,57 @@ QAction *addItem(QMenu *menu, const QString &text, StatusItemController::Command
 }
 } // namespace
 
-StatusItemController::StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, QObject *parent)
+StatusItemController::StatusItemController(
+    SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, DesktopWatcher *desktop, QObject *parent)
     : QObject(parent)
     , m_watcher(watcher)
     , m_access(access)
     , m_pet(pet)
     , m_menu(std::make_unique<QMenu>())
-    , m_tray(std::make_unique<QSystemTrayIcon>())
+    , m_desktop(desktop)
     , m_faces(std::move(faces))
 {
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
     connect(m_menu.get(), &QMenu::triggered, this, &StatusItemController::perform);
     m_menu->installEventFilter(this);
+    refresh();
+    // Qt settles on one kind of tray (StatusNotifier or XEmbed) when the item is made: make it once a tray is there.
+    if (!m_desktop || m_desktop->trayPresent())
+        makeItem();
+    if (m_desktop) {
+        connect(m_desktop, &DesktopWatcher::trayChanged, this, [this] {
+            // A tray that has just started announces its host a moment after taking its name.
+            QTimer::singleShot(trayGraceMs, this, &StatusItemController::trayChanged);
+        });
+    }
+}
+
+void StatusItemController::makeItem()
+{
+    m_tray = std::make_unique<QSystemTrayIcon>();
     m_tray->setContextMenu(m_menu.get());
     // A status item opens its menu on any click; trays only do so on the secondary button by themselves.
     connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger && !m_menu->isVisible())
             m_menu->popup(QCursor::pos());
     });
-    refresh();
-    if (QSystemTrayIcon::isSystemTrayAvailable())
+    m_tray->setToolTip(m_toolTip);
+    m_tray->setIcon(m_icon);
+    if (m_desktop || QSystemTrayIcon::isSystemTrayAvailable())
         m_tray->show();
+}
+
+void StatusItemController::trayChanged()
+{
+    if (!m_desktop->trayPresent())
+        return;
+    if (!m_tray) {
+        makeItem();
+        return;
+    }
+    // A new tray (or a restarted panel) knows nothing of the item the old one showed: register it anew.
+    m_tray->hide();
+    m_tray->show();
 }
 
 StatusItemController::~StatusItemController() = default;
@@ -65,7 +98,9 @@ void StatusItemController::refresh()
 {
     const std::optional<Session> focused = m_watcher ? m_watcher->focused() : std::nullopt;
     // Trays show no text beside the icon, so the percentage rides on the icon's badge and in the tooltip.
-    m_tray->setToolTip(toolTipText(focused));
+    m_toolTip = toolTipText(focused);
+    if (m_tray)
+        m_tray->setToolTip(m_toolTip);
     updateIcon(focused ? std::optional<int>(focused->percent()) : std::nullopt);
 }
 
@@ -76,7 +111,9 @@ void StatusItemController::updateIcon(std::optional<int> percent)
     QIcon icon;
     for (int size : iconSizes)
         icon.addPixmap(QPixmap::fromImage(TrayImage::draw(m_faces, percent, size)));
-    m_tray->setIcon(icon);
+    m_icon = icon;
+    if (m_tray)
+        m_tray->setIcon(icon);
     m_iconDrawn = true;
     m_iconPercent = percent;
 }

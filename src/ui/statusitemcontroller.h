@@ -2,6 +2,7 @@
 
 #include "session.h"
 
+#include <QIcon>
 #include <QImage>
 #include <QList>
 #include <QMap>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <optional>
 
+class DesktopWatcher;
 class FleetAccess;
 class PetModel;
 class QAction;
@@ -45,13 +47,16 @@ public:
     static constexpr int menuSessionLimit = 8;
 
     /// Over `watcher`, the folder gate and her model (whether she is on screen), with her tray faces by
-    /// width (TrayImage::faces) to draw the tray picture from. Puts the item in the tray.
-    StatusItemController(SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, QObject *parent = nullptr);
+    /// width (TrayImage::faces) to draw the tray picture from. Puts the item in the tray; with `desktop`,
+    /// once a tray is there and again in each new one.
+    StatusItemController(
+        SessionWatcher *watcher, FleetAccess *access, PetModel *pet, QMap<int, QImage> faces, DesktopWatcher *desktop = nullptr, QObject *parent = nullptr);
     ~StatusItemController() override;
 
     /// Redraws the badge (only when the percentage changed) and the tooltip from the focused session.
     void refresh();
 
+    /// The item, or null while no tray has been there to take it.
     QSystemTrayIcon *trayIcon() const { return m_tray.get(); }
     QMenu *menu() const { return m_menu.get(); }
     /// The menu's state as the watcher, the gate and her model have it now.
@@ -85,12 +90,19 @@ protected:
 private:
     void rebuildMenu();
     void updateIcon(std::optional<int> percent);
+    void makeItem();
+    void trayChanged();
+
+    static constexpr int trayGraceMs = 500;
 
     QPointer<SessionWatcher> m_watcher;
     QPointer<FleetAccess> m_access;
     QPointer<PetModel> m_pet;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
+    DesktopWatcher *m_desktop = nullptr;
+    QString m_toolTip;
+    QIcon m_icon;
     QMap<int, QImage> m_faces;
     bool m_iconDrawn = false;
     std::optional<int> m_iconPercent;

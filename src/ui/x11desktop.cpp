@@ -1,0 +1,211 @@
+#include "x11desktop.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+
+#include <cstdlib>
+#include <cstring>
+
+#ifdef YUZUHA_HAVE_XCB_SHAPE
+#include <xcb/shape.h>
+#include <xcb/xcb.h>
+#endif
+
+namespace X11Desktop
+{
+#ifdef YUZUHA_HAVE_XCB_SHAPE
+xcb_connection_t *connection()
+{
+    // The offscreen platform may answer the X11 interface without a connection behind it.
+    if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
+        return nullptr;
+    auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+namespace
+{
+xcb_window_t rootWindow(xcb_connection_t *c)
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+}
+
+xcb_atom_t atom(xcb_connection_t *c, const QByteArray &name)
+{
+    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, uint16_t(name.size()), name.constData()), nullptr);
+    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    std::free(reply);
+    return result;
+}
+
+bool selectionOwned(const char *name)
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return false;
+    const xcb_atom_t selection = atom(c, name);
+    xcb_get_selection_owner_reply_t *reply = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr);
+    const bool owned = reply && reply->owner != XCB_WINDOW_NONE;
+    std::free(reply);
+    return owned;
+}
+
+std::optional<uint32_t> rootCardinal(xcb_connection_t *c, const char *name)
+{
+    xcb_get_property_reply_t *reply = xcb_get_property_reply(c, xcb_get_property(c, 0, rootWindow(c), atom(c, name), XCB_ATOM_CARDINAL, 0, 1), nullptr);
+    std::optional<uint32_t> value;
+    if (reply && xcb_get_property_value_length(reply) == 4)
+        value = *static_cast<uint32_t *>(xcb_get_property_value(reply));
+    std::free(reply);
+    return value;
+}
+
+void sendToRoot(xcb_connection_t *c, xcb_window_t window, xcb_atom_t type, std::initializer_list<uint32_t> data)
+{
+    xcb_client_message_event_t event {};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = type;
+    std::copy(data.begin(), data.end(), event.data.data32);
+    xcb_send_event(c, 0, rootWindow(c), XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, reinterpret_cast<const char *>(&event));
+    xcb_flush(c);
+}
+
+constexpr uint32_t allDesktopsValue = 0xFFFFFFFF;
+constexpr uint32_t sourceApplication = 1;
+
+// The desktop she goes to when she leaves "all desktops": the one the user is looking at.
+uint32_t desktopFor(xcb_connection_t *c, bool allDesktops)
+{
+    return allDesktops ? allDesktopsValue : rootCardinal(c, "_NET_CURRENT_DESKTOP").value_or(0);
+}
+} // namespace
+
+quint32 atom(const char *name)
+{
+    xcb_connection_t *c = connection();
+    return c ? atom(c, name) : 0;
+}
+
+bool isXwayland()
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return false;
+    // Xwayland names itself through its own extension; older releases only through the Wayland socket.
+    const char name[] = "XWAYLAND";
+    xcb_query_extension_reply_t *reply = xcb_query_extension_reply(c, xcb_query_extension(c, uint16_t(std::strlen(name)), name), nullptr);
+    const bool present = reply && reply->present;
+    std::free(reply);
+    return present || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+bool compositorRunning()
+{
+    // Off X11 transparency is the platform's business: count it as composited.
+    return !connection() || selectionOwned("_NET_WM_CM_S0");
+}
+
+bool xembedTrayRunning()
+{
+    return selectionOwned("_NET_SYSTEM_TRAY_S0");
+}
+
+void setInitialState(QWindow *window, const QList<QByteArray> &states, bool allDesktops)
+{
+    xcb_connection_t *c = connection();
+    if (!window || !c)
+        return;
+    const auto id = xcb_window_t(window->winId());
+    QList<xcb_atom_t> atoms;
+    for (const QByteArray &state : states)
+        atoms.append(atom(c, "_NET_WM_STATE_" + state));
+    // Qt adds its own states (above, modal) to this list when it maps the window, keeping ours.
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, id, atom(c, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, uint32_t(atoms.size()), atoms.constData());
+    const uint32_t desktop = desktopFor(c, allDesktops);
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, id, atom(c, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1, &desktop);
+    xcb_flush(c);
+}
+
+void requestState(QWindow *window, const QByteArray &state, bool on)
+{
+    xcb_connection_t *c = connection();
+    if (!window || !c)
+        return;
+    sendToRoot(c, xcb_window_t(window->winId()), atom(c, "_NET_WM_STATE"), { on ? 1u : 0u, atom(c, "_NET_WM_STATE_" + state), 0, sourceApplication });
+}
+
+void requestAllDesktops(QWindow *window, bool on)
+{
+    xcb_connection_t *c = connection();
+    if (!window || !c)
+        return;
+    // Sticky and the all-desktops number say the same thing; window managers listen to one or the other.
+    requestState(window, "STICKY", on);
+    sendToRoot(c, xcb_window_t(window->winId()), atom(c, "_NET_WM_DESKTOP"), { desktopFor(c, on), sourceApplication });
+}
+
+void setBoundingShape(QWindow *window, const std::optional<QRegion> &deviceRegion)
+{
+    xcb_connection_t *c = connection();
+    if (!window || !c)
+        return;
+    const auto id = xcb_window_t(window->winId());
+    if (!deviceRegion) {
+        xcb_shape_mask(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, id, 0, 0, XCB_PIXMAP_NONE);
+    } else {
+        QList<xcb_rectangle_t> rects;
+        rects.reserve(deviceRegion->rectCount());
+        for (const QRect &r : *deviceRegion)
+            rects.append({ qint16(r.x()), qint16(r.y()), quint16(r.width()), quint16(r.height()) });
+        xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, id, 0, 0, uint32_t(rects.size()), rects.constData());
+    }
+    xcb_flush(c);
+}
+#else
+xcb_connection_t *connection()
+{
+    return nullptr;
+}
+quint32 atom(const char *)
+{
+    return 0;
+}
+bool isXwayland()
+{
+    return false;
+}
+bool compositorRunning()
+{
+    return true;
+}
+bool xembedTrayRunning()
+{
+    return false;
+}
+void setInitialState(QWindow *, const QList<QByteArray> &, bool)
+{
+}
+void requestState(QWindow *, const QByteArray &, bool)
+{
+}
+void requestAllDesktops(QWindow *, bool)
+{
+}
+void setBoundingShape(QWindow *, const std::optional<QRegion> &)
+{
+}
+#endif
+
+QList<QByteArray> panelStates(bool allDesktops, bool keepOnTop)
+{
+    // Explicitly off the taskbar and the pager: some panels list a utility window all the same.
+    QList<QByteArray> states { "SKIP_TASKBAR", "SKIP_PAGER" };
+    if (allDesktops)
+        states.append("STICKY");
+    if (keepOnTop)
+        states.append("ABOVE");
+    return states;
+}
+} // namespace X11Desktop

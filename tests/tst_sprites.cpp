@@ -192,19 +192,6 @@ private Q_SLOTS:
         QCOMPARE(sprites.originalKeys(), QStringList { u"Sprites/office/t0"_s });
     }
 
-    void menuBarIcon()
-    {
-        QVERIFY(store().menuBarImage().isNull());
-        QTemporaryDir root;
-        QDir().mkpath(root.filePath(u"Sprites"_s));
-        QImage icon(36, 36, QImage::Format_ARGB32);
-        icon.fill(Qt::red);
-        QVERIFY(icon.save(root.filePath(u"Sprites/menubar.png"_s)));
-        Sprites::Store some(
-            root.path(), [] { return Outfit::office; }, [] { return QDate(2025, 3, 14); });
-        QCOMPARE(some.menuBarImage().size(), QSize(36, 36));
-    }
-
     // The shipped artwork, as compiled into the program.
     void shippedSprites()
     {

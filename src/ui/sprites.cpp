@@ -77,11 +77,6 @@ QImage Sprites::Store::image(int tier, int pixelHeight)
     return bitmap;
 }
 
-QImage Sprites::Store::menuBarImage() const
-{
-    return QImage(m_root + u"Sprites/menubar.png"_s);
-}
-
 QStringList Sprites::Store::originalKeys() const
 {
     QStringList keys = m_originals.keys();

@@ -39,8 +39,6 @@ public:
         QImage original(int tier, std::optional<Preferences::Outfit> outfit = std::nullopt);
         /// The sprite of the chosen outfit scaled to exactly widthFor(pixelHeight) × pixelHeight, or a null image.
         QImage image(int tier, int pixelHeight);
-        /// The tray icon's pixels, 36 × 36 for an 18-point icon; null when missing.
-        QImage menuBarImage() const;
 
         /// Cache keys, sorted, such as "Sprites/office/t3" and "Sprites/office/3@502".
         QStringList originalKeys() const;

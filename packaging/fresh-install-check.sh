@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
 # Installs a built package into a fresh Debian 12 root and starts it there, the way a new user would.
-# Needs root, debootstrap and network access to Debian's archive.
+# Needs root, debootstrap and the Debian mirror this machine's own apt sources name.
 # Usage: packaging/fresh-install-check.sh build/release/yuzuha_*.deb
 set -euo pipefail
 deb=$(realpath "$1")
 root=$(mktemp -d)
 display=:73
+xvfb=
 cleanup() {
-    pkill -f "Xvfb $display" 2>/dev/null || true
+    [ -n "$xvfb" ] && kill "$xvfb" 2>/dev/null || true
     umount "$root/tmp/.X11-unix" "$root/proc" 2>/dev/null || true
 }
 trap cleanup EXIT
 
-debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian >/dev/null
+# The mirror comes from this machine's apt sources (deb822 or one-line form), never from this script.
+mirror=$(sed -n 's/^URIs:[[:space:]]*\([^[:space:]]*\).*/\1/p' /etc/apt/sources.list.d/*.sources 2>/dev/null | head -n 1)
+[ -n "$mirror" ] || mirror=$(awk '$1 == "deb" { print ($2 ~ /^\[/) ? $3 : $2; exit }' /etc/apt/sources.list 2>/dev/null)
+[ -n "$mirror" ] || { echo "no Debian mirror in this machine's apt sources" >&2; exit 1; }
+debootstrap --variant=minbase bookworm "$root" "$mirror" >/dev/null
 cp /etc/resolv.conf "$root/etc/"
 mount -t proc proc "$root/proc"
 cp "$deb" "$root/root/"
@@ -26,6 +31,7 @@ chroot "$root" yuzuha-books
 
 # Start the desktop entry's command on a virtual display and look for her window.
 Xvfb "$display" -screen 0 1280x800x24 >/dev/null 2>&1 &
+xvfb=$!
 sleep 1
 mkdir -p "$root/tmp/.X11-unix"
 mount --bind /tmp/.X11-unix "$root/tmp/.X11-unix"

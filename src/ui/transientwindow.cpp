@@ -1,5 +1,7 @@
 #include "transientwindow.h"
 
+#include "x11desktop.h"
+
 #include <QGuiApplication>
 #include <QSocketNotifier>
 #include <QWindow>
@@ -22,36 +24,14 @@ struct PointerPresses::Connection {
 #endif
 };
 
-namespace
-{
-#ifdef YUZUHA_HAVE_XCB_SHAPE
-// Qt's own X connection, or null off X11.
-xcb_connection_t *qtConnection()
-{
-    if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
-        return nullptr;
-    auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
-xcb_atom_t atom(xcb_connection_t *connection, const QByteArray &name)
-{
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 0, uint16_t(name.size()), name.constData()), nullptr);
-    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-    std::free(reply);
-    return result;
-}
-#endif
-} // namespace
-
 bool compositorRuns()
 {
 #ifdef YUZUHA_HAVE_XCB_SHAPE
-    xcb_connection_t *connection = qtConnection();
+    xcb_connection_t *connection = X11Desktop::connection();
     if (!connection)
         return false;
     // A compositing manager owns the selection _NET_WM_CM_S<screen>; Qt draws on the first screen.
-    const xcb_atom_t selection = atom(connection, "_NET_WM_CM_S0");
+    const xcb_atom_t selection = xcb_atom_t(X11Desktop::atom("_NET_WM_CM_S0"));
     if (selection == XCB_ATOM_NONE)
         return false;
     xcb_get_selection_owner_reply_t *owner = xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr);
@@ -66,12 +46,13 @@ bool compositorRuns()
 void keepOffTaskbar(QWindow *window)
 {
 #ifdef YUZUHA_HAVE_XCB_SHAPE
-    xcb_connection_t *connection = qtConnection();
+    xcb_connection_t *connection = X11Desktop::connection();
     if (!window || !connection)
         return;
     // Read before the window is mapped; Qt adds its own states to these when it shows the window.
-    const xcb_atom_t states[] = { atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"), atom(connection, "_NET_WM_STATE_SKIP_PAGER") };
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window->winId()), atom(connection, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, 2, states);
+    const xcb_atom_t states[] = { xcb_atom_t(X11Desktop::atom("_NET_WM_STATE_SKIP_TASKBAR")), xcb_atom_t(X11Desktop::atom("_NET_WM_STATE_SKIP_PAGER")) };
+    xcb_change_property(
+        connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window->winId()), xcb_atom_t(X11Desktop::atom("_NET_WM_STATE")), XCB_ATOM_ATOM, 32, 2, states);
     xcb_flush(connection);
 #else
     Q_UNUSED(window)

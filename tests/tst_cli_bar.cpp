@@ -74,6 +74,7 @@ private Q_SLOTS:
         QTest::addRow("the table") << QStringList {} << pictures + u"%{F#f00}#[f…"_s;
         QTest::addRow("plain") << QStringList { u"bar"_s } << pictures + u"%{F#f00}#[fg=red]#(x)<b>&"_s;
         QTest::addRow("waybar reads Pango markup") << QStringList { u"bar"_s, u"--format=waybar"_s } << pictures + u"%{F#f00}#[fg=red]#(x)&lt;b&gt;&amp;"_s;
+        QTest::addRow("i3blocks") << QStringList { u"bar"_s, u"--format=i3blocks"_s } << pictures + u"%{F#f00}#[fg=red]#(x)<b>&"_s;
         QTest::addRow("polybar tags stay shut") << QStringList { u"bar"_s, u"--format=polybar"_s } << pictures + u"%\u200d{F#f00}#[fg=red]#(x)<b>&"_s;
         QTest::addRow("tmux styles and commands stay text") << QStringList { u"bar"_s, u"--format=tmux"_s } << pictures + u"%{F##f00}##[fg=red]##(x)<b>&"_s;
     }

@@ -170,8 +170,6 @@ private Q_SLOTS:
             << QByteArrayList { t100, usage(R"("input_tokens":200)", R"("note":"ran /compact, see compact_boundary",)") } << fromApp(200, u"m"_s);
         QTest::addRow("a synthetic reply is skipped") << QByteArrayList { t100, claudeTokens(200, "<synthetic>") } << fromApp(100);
         QTest::addRow("a zero sum is skipped") << QByteArrayList { t100, claudeTokens(0) } << fromApp(100);
-        QTest::addRow("model and cwd of the wrong type are absent")
-            << QByteArrayList { R"({"type":"assistant","cwd":null,"message":{"model":5,"usage":{"input_tokens":7}}})" } << reading(7);
         QTest::addRow("only assistant replies with object members count")
             << QByteArrayList { t100, R"({"type":"user","message":{"usage":{"input_tokens":200}}})", R"({"type":1,"message":{"usage":{"input_tokens":300}}})",
                    R"({"type":"assistant","message":{"usage":[1,2]}})", R"({"type":"assistant","message":"usage","usage":{}})" }

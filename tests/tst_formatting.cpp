@@ -26,18 +26,14 @@ private Q_SLOTS:
         QTest::addRow("rounds up to the next whole with .0") << qint64(1'960'000) << u"2.0M"_s;
         QTest::addRow("largest count does not overflow") << std::numeric_limits<qint64>::max() << u"9223372036854.8M"_s;
     }
+    // Figures never follow the number locale: "1.1M", not "1,1M".
     void shortTokens()
     {
         QFETCH(qint64, count);
-        QTEST(::shortTokens(count), "text");
-    }
-
-    void shortTokensIgnoresNumberLocale()
-    {
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        const QString text = ::shortTokens(1'100'000);
+        const QString text = ::shortTokens(count);
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-        QCOMPARE(text, u"1.1M"_s);
+        QTEST(text, "text");
     }
 
     void clock_data()

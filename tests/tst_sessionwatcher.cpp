@@ -1,6 +1,5 @@
 #include "logfile.h"
 #include "sessionscan.h"
-#include "systemlog.h"
 #include "testsupport.h"
 
 #include <QSignalSpy>
@@ -69,15 +68,10 @@ private Q_SLOTS:
         const QString p = u".claude/projects/-Users-a-shop/"_s;
         QTest::addRow("a recent log") << p + u"a.jsonl"_s << u"file"_s << 5 * minute << true;
         QTest::addRow("a Codex log deep below its folder") << u".codex/sessions/2026/11/22/r.jsonl"_s << u"file"_s << 5 * minute << true;
-        QTest::addRow("modified 23 h 59 min ago") << p + u"a.jsonl"_s << u"file"_s << 24 * hour - minute << true;
         QTest::addRow("modified 24 h 1 s ago") << p + u"a.jsonl"_s << u"file"_s << 24 * hour + 1'000 << false;
         QTest::addRow("extension json") << p + u"a.json"_s << u"file"_s << minute << false;
-        QTest::addRow("extension in capitals") << p + u"a.JSONL"_s << u"file"_s << minute << false;
         QTest::addRow("below a subagents folder") << p + u"subagents/a.jsonl"_s << u"file"_s << minute << false;
-        QTest::addRow("a file merely named subagents.jsonl") << p + u"subagents.jsonl"_s << u"file"_s << minute << true;
         QTest::addRow("a hidden file") << p + u".a.jsonl"_s << u"file"_s << minute << false;
-        QTest::addRow("below a hidden folder") << p + u".trash/a.jsonl"_s << u"file"_s << minute << false;
-        QTest::addRow("a folder named like a log") << p + u"x.jsonl"_s << u"dir"_s << minute << false;
         QTest::addRow("a FIFO named like a log") << p + u"x.jsonl"_s << u"fifo"_s << minute << false;
         QTest::addRow("a symbolic link to a log") << p + u"x.jsonl"_s << u"symlink"_s << minute << false;
         QTest::addRow("a log behind a symbolic link to a folder") << p + u"linked/a.jsonl"_s << u"dirlink"_s << minute << false;
@@ -94,8 +88,6 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(kind == u"dirlink" ? QFileInfo(parent).path() : parent));
         if (kind == u"file") {
             QVERIFY(!writeLog(relative, claudeTokens(1'000), ageMs).isEmpty());
-        } else if (kind == u"dir") {
-            QVERIFY(QDir().mkpath(path));
         } else if (kind == u"fifo") {
             QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         } else if (kind == u"symlink") {
@@ -127,24 +119,20 @@ private Q_SLOTS:
         QCOMPARE(s.pass(0).size(), 2); // more than a minute since the last sweep
     }
 
-    void ageingOutBetweenSweeps()
+    // A log leaves the list 24 h after its last write, one without a count yet after 20 min,
+    // even between sweeps.
+    void windowsCloseBetweenSweeps()
     {
         writeLog(u".claude/projects/-a-b/old.jsonl"_s, claudeTokens(500), 24 * hour - 20'000);
+        writeLog(u".claude/projects/-a-b/fresh.jsonl"_s, "{\"type\":\"user\"}\n", 20 * minute - 40'000);
         SessionScan s = scan();
-        QCOMPARE(s.pass(0).size(), 1);
+        QCOMPARE(s.pass(0).size(), 2);
         m_clock.advance(30'000);
-        QCOMPARE(s.candidates().size(), 1);
-        QCOMPARE(s.pass(0).size(), 0); // still a candidate, but no longer listed
-    }
-
-    void idleSessionWithoutTokens()
-    {
-        QVERIFY(!writeLog(u".claude/projects/-a-b/fresh.jsonl"_s, "{\"type\":\"user\"}\n", 19 * minute).isEmpty());
-        SessionScan s = scan();
-        const QList<Session> first = s.pass(0);
-        QCOMPARE(first.size(), 1);
-        QCOMPARE(first.first().tokens, std::nullopt);
-        m_clock.advance(minute);
+        const QList<Session> left = s.pass(0);
+        QCOMPARE(s.candidates().size(), 2);
+        QCOMPARE(left.size(), 1);
+        QCOMPARE(left.first().tokens, std::nullopt);
+        m_clock.advance(20'000);
         QCOMPARE(s.pass(0).size(), 0);
     }
 
@@ -170,10 +158,7 @@ private Q_SLOTS:
         QTest::addRow("a negative bedtime is none, and raises nothing") << sonnet << qint64(250'000) << qint64(0) << qint64(-5) << qint64(200'000);
         QTest::addRow("a bedtime replaces the window") << sonnet << qint64(250'000) << qint64(0) << qint64(200'000) << qint64(200'000);
         QTest::addRow("a bedtime is never raised") << opus << qint64(450'000) << qint64(0) << qint64(400'000) << qint64(400'000);
-        QTest::addRow("a bedtime below the model window") << opus << qint64(190'000) << qint64(0) << qint64(200'000) << qint64(200'000);
-        QTest::addRow("within the model window") << u"claude-haiku-4-5"_s << qint64(100'000) << qint64(0) << qint64(0) << qint64(200'000);
         QTest::addRow("Codex without a stated window") << QString() << qint64(129'200) << qint64(0) << qint64(0) << qint64(258'400);
-        QTest::addRow("Codex with a stated window") << QString() << qint64(100'000) << qint64(400'000) << qint64(0) << qint64(400'000);
         QTest::addRow("Codex past its stated window is raised") << QString() << qint64(300'000) << qint64(272'000) << qint64(0) << qint64(1'000'000);
     }
     void windowRules()
@@ -202,11 +187,8 @@ private Q_SLOTS:
         QTest::addRow("the last component of the cwd") << u"/Users/a/shop"_s << u"-Users-a-x"_s << false << u"shop"_s;
         QTest::addRow("a trailing slash on the cwd") << u"/Users/a/shop/"_s << u"-x"_s << false << u"shop"_s;
         QTest::addRow("a cwd of / falls back to the folder name") << u"/"_s << u"-Users-a-web"_s << false << u"web"_s;
-        QTest::addRow("an empty cwd falls back to the folder name") << u""_s << u"-Users-a-web"_s << false << u"web"_s;
         QTest::addRow("a one-letter folder piece gives the agent name") << QString() << u"-x"_s << false << u"Claude Code"_s;
-        QTest::addRow("a folder of dashes gives the agent name") << QString() << u"---"_s << false << u"Claude Code"_s;
         QTest::addRow("Codex without cwd") << QString() << u"22"_s << true << u"Codex"_s;
-        QTest::addRow("Codex with a cwd") << u"/srv/api"_s << u"22"_s << true << u"api"_s;
     }
     void project()
     {
@@ -234,7 +216,6 @@ private Q_SLOTS:
         QTest::addRow("the fuller live session wins") << QList<Session> { liveB, at(u"full"_s, 250'000, 10 * minute) } << QString() << u"full"_s;
         QTest::addRow("an idle fuller session does not") << QList<Session> { liveA, at(u"f"_s, 200'000, 21 * minute) } << QString() << u"a"_s;
         QTest::addRow("a complete tie keeps the earlier one") << QList<Session> { liveA, at(u"twin"_s, 80'000, 5 * minute) } << QString() << u"a"_s;
-        QTest::addRow("an empty list gives none") << QList<Session> {} << QString() << QString();
     }
     void focused()
     {
@@ -246,7 +227,7 @@ private Q_SLOTS:
 
     void cacheKeepsAnUnchangedFile()
     {
-        writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(111'111), minute);
+        const QString path = writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(111'111), minute);
         SessionScan s = scan();
         QCOMPARE(s.pass(0).first().tokens, std::optional<qint64>(111'111));
         // Same size, same modification time, other bytes: the cached reading stands.
@@ -254,13 +235,7 @@ private Q_SLOTS:
         QCOMPARE(s.pass(0).first().tokens, std::optional<qint64>(111'111));
         writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(222'222), minute - 1'000);
         QCOMPARE(s.pass(0).first().tokens, std::optional<qint64>(222'222));
-    }
-
-    void vanishedFileYieldsNothing()
-    {
-        const QString path = writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(1'000), minute);
-        SessionScan s = scan();
-        QCOMPARE(s.pass(0).size(), 1);
+        // A vanished file yields nothing.
         QVERIFY(QFile::remove(path));
         QCOMPARE(s.pass(0).size(), 0);
     }
@@ -295,16 +270,6 @@ private Q_SLOTS:
             QCOMPARE(LogFile::nativePath(sessions.at(i).id), names.at(i));
             QCOMPARE(sessions.at(i).project, u"caf\ufffd"_s);
         }
-    }
-
-    void sweepIsLogged()
-    {
-        writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(1'000), minute);
-        writeLog(u".codex/sessions/s.jsonl"_s, codexTokens(1'000, std::nullopt), minute);
-        QStringList lines;
-        const SystemLog::Capture capture([&lines](const QString &category, const QString &message) { lines.append(category + u": "_s + message); });
-        SessionScan(watcherConfig(home()).snapshots, m_clock.clock()).pass(0);
-        QCOMPARE(lines, QStringList { u"journals: journal sweep: 2 sessions across 2 folders"_s });
     }
 
     // The watcher itself: one worker thread, publication on the main thread.

@@ -14,23 +14,17 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-/// Loads `source` as the office outfit from a scratch art folder; the error, if any, in `error`.
-std::optional<Art::Book> load(const QString &path, const QByteArray &source, QString *error)
-{
-    QTemporaryDir dir;
-    QDir().mkpath(QFileInfo(dir.filePath(path)).path());
-    QFile file(dir.filePath(path));
-    if (!file.open(QIODevice::WriteOnly) || file.write(source) != source.size())
-        return std::nullopt;
-    file.close();
-    return Art::load(dir.path(), u"office"_s, error);
-}
-
-/// Tier 0 of an office outfit drawn from `source`.
+/// Tier 0 of an office outfit drawn from `source`, written to a scratch art folder.
 QImage render(const QByteArray &source)
 {
+    QTemporaryDir dir;
+    QDir().mkpath(dir.filePath(u"outfits"_s));
+    QFile file(dir.filePath(u"outfits/office.art"_s));
+    if (!file.open(QIODevice::WriteOnly) || file.write(source) != source.size())
+        return QImage();
+    file.close();
     QString error;
-    const auto book = load(u"outfits/office.art"_s, source, &error);
+    const auto book = Art::load(dir.path(), u"office"_s, &error);
     const QImage grid = book ? Art::render(*book, 0, &error) : QImage();
     if (grid.isNull())
         qWarning("%s", qPrintable(error));

@@ -37,17 +37,10 @@ private Q_SLOTS:
         QCOMPARE(info.family(), face.family);
         QCOMPARE(int(info.weight()), weight);
         QCOMPARE(QFontDatabase::weight(face.family, QFontDatabase::styles(face.family).value(0)), weight);
-    }
-
-    void glyphsTheViewsWrite()
-    {
-        QVERIFY(Fonts::registerAll());
-        const QString text = u"0123456789% ·…—“”‘’ Makasete! Yare yare"_s;
-        for (const QFont &font : { Theme::displayFont(15), Theme::heavyFont(13), Theme::bodyFont(11) }) {
-            const QRawFont raw = QRawFont::fromFont(font);
-            for (const QChar c : text)
-                QVERIFY2(raw.supportsCharacter(c), qPrintable(raw.familyName() + u" lacks "_s + c));
-        }
+        // Every glyph the views write, in each face.
+        const QRawFont raw = QRawFont::fromFont(font);
+        for (const QChar c : u"0123456789% ·…—“”‘’ Makasete! Yare yare"_s)
+            QVERIFY2(raw.supportsCharacter(c), qPrintable(raw.familyName() + u" lacks "_s + c));
     }
 };
 

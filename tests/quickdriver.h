@@ -26,23 +26,18 @@ inline std::unique_ptr<Application> scratchApplication(const QString &folder, Fl
     return std::make_unique<Application>(std::move(environment));
 }
 
-// Every item below `root` in the visual tree, which also holds what Repeaters and Loaders create.
-inline void collect(QQuickItem *root, const QString &name, QList<QQuickItem *> *found)
+/// Every visible item called `name` below `root`, walking the visual tree, which also holds what Repeaters
+/// and Loaders create.
+inline QList<QQuickItem *> findAll(QQuickItem *root, const QString &name)
 {
+    QList<QQuickItem *> found;
     for (QQuickItem *child : root->childItems()) {
         if (!child->isVisible())
             continue;
         if (child->objectName() == name)
-            found->append(child);
-        collect(child, name, found);
+            found.append(child);
+        found += findAll(child, name);
     }
-}
-
-/// Every visible item called `name` below `root`.
-inline QList<QQuickItem *> findAll(QQuickItem *root, const QString &name)
-{
-    QList<QQuickItem *> found;
-    collect(root, name, &found);
     return found;
 }
 

@@ -45,17 +45,6 @@ private Q_SLOTS:
         QVERIFY(!PassThrough::isOnHer(mask, sprite, QPointF(105.5, 55)));
     }
 
-    void hitTestOutsideOrWithoutMask()
-    {
-        const auto mask = std::optional(maskOf(4, 4, 255));
-        const QRectF sprite(0, 0, 40, 40);
-        QVERIFY(PassThrough::isOnHer(mask, sprite, QPointF(39.9, 39.9)));
-        QVERIFY(!PassThrough::isOnHer(mask, sprite, QPointF(40, 20)));
-        QVERIFY(!PassThrough::isOnHer(mask, sprite, QPointF(-0.1, 20)));
-        QVERIFY(!PassThrough::isOnHer(std::nullopt, sprite, QPointF(20, 20)));
-        QVERIFY(!PassThrough::alphaMask(QImage()));
-    }
-
     void decide_data()
     {
         QTest::addColumn<State>("state");
@@ -67,7 +56,6 @@ private Q_SLOTS:
         const State announcing { panel, true, false, true };
         const State noTag { panel, false, false, false };
         QTest::addRow("on her") << quiet << QPointF(135, 200) << true << Decision { true, true };
-        QTest::addRow("transparent pixel in her rectangle") << quiet << QPointF(100, 200) << false << Decision { false, false };
         QTest::addRow("from her up into the bubble keeps hovering") << hovering << QPointF(135, 40) << false << Decision { true, true };
         QTest::addRow("sideways off her below the bubble band") << hovering << QPointF(20, 200) << false << Decision { false, false };
         QTest::addRow("bubble band without bubble is dead") << quiet << QPointF(135, 40) << false << Decision { false, false };
@@ -76,10 +64,7 @@ private Q_SLOTS:
         QTest::addRow("band edge 92 is not") << announcing << QPointF(20, 92) << false << Decision { false, false };
         QTest::addRow("tag hot spot 69 left of centre") << quiet << QPointF(135 - 69, 362) << false << Decision { true, false };
         QTest::addRow("70 left of centre is not") << quiet << QPointF(135 - 70, 362) << false << Decision { false, false };
-        QTest::addRow("69 right of centre") << quiet << QPointF(135 + 69, 362) << false << Decision { true, false };
         QTest::addRow("tag off: tag band only on her") << noTag << QPointF(135, 362) << false << Decision { false, false };
-        QTest::addRow("tag off, on her in the tag band") << noTag << QPointF(135, 362) << true << Decision { true, true };
-        QTest::addRow("outside the panel") << hovering << QPointF(300, 40) << true << Decision { false, false };
     }
     void decide()
     {
@@ -102,10 +87,8 @@ private Q_SLOTS:
         QTest::addRow("transparent column beside her") << quiet << 1.0 << QPoint(95, 150) << false;
         QTest::addRow("bubble band up") << up << 1.0 << QPoint(10, 10) << true;
         QTest::addRow("tag hot spot") << quiet << 1.0 << QPoint(66, 360) << true;
-        QTest::addRow("left of the hot spot") << quiet << 1.0 << QPoint(64, 360) << false;
         QTest::addRow("tag off") << noTag << 1.0 << QPoint(135, 360) << false;
         QTest::addRow("her at scale 2") << quiet << 2.0 << QPoint(240, 300) << true;
-        QTest::addRow("transparent at scale 2") << quiet << 2.0 << QPoint(190, 300) << false;
         QTest::addRow("hot spot at scale 2") << quiet << 2.0 << QPoint(132, 720) << true;
     }
     void inputRegionFollowsZones()
@@ -132,7 +115,6 @@ private Q_SLOTS:
         QTest::addRow("quiet: figure and tag") << State { panel, false, false, true } << QRect(65, 79, 140, 293);
         QTest::addRow("no tag: figure down to the bottom edge") << State { panel, false, false, false } << QRect(88, 79, 94, 293);
         QTest::addRow("bubble up: the whole panel") << State { panel, true, false, true } << QRect(0, 0, 270, 372);
-        QTest::addRow("hovering raises the bubble too") << State { panel, false, true, false } << QRect(0, 0, 270, 372);
     }
     void drawnPartCoversWhatIsDrawn()
     {
@@ -153,9 +135,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("shown");
         QTest::addRow("opaque half of her") << 1.0 << QPointF(150, 200) << true;
         QTest::addRow("transparent half of her") << 1.0 << QPointF(100, 200) << false;
-        QTest::addRow("tag middle") << 1.0 << QPointF(135, 355) << true;
         QTest::addRow("tag's rounded corner") << 1.0 << QPointF(85.5, 344.5) << false;
-        QTest::addRow("bubble body") << 1.0 << QPointF(30, 30) << true;
         QTest::addRow("bubble's rounded corner") << 1.0 << QPointF(11, 11) << false;
         QTest::addRow("tail under the body's centre") << 1.0 << QPointF(135, 84) << true;
         QTest::addRow("beside the tail") << 1.0 << QPointF(120, 84) << false;
@@ -174,36 +154,6 @@ private Q_SLOTS:
         const QRegion region = PassThrough::silhouette(mask, QRectF(90, 92, 90, 250), rounded, dpr);
         QFETCH(QPointF, point);
         QTEST(region.contains((point * dpr).toPoint()), "shown");
-    }
-
-    void breathingWakesOnlyOnPixelChanges_data()
-    {
-        QTest::addColumn<int>("pixelHeight");
-        QTest::addRow("medium at scale 1") << 250;
-        QTest::addRow("large at scale 2") << 680;
-    }
-    void breathingWakesOnlyOnPixelChanges()
-    {
-        QFETCH(int, pixelHeight);
-        const auto &curve = StageMotion::breathing();
-        const qreal amplitude = pixelHeight * StageMotion::breathStretch;
-        // Walk one whole cycle from change to change: every wake-up must change the drawn pixels,
-        // and there are about two per pixel of amplitude, not one per frame.
-        int wakeups = 0;
-        qreal t = 0;
-        while (true) {
-            const auto next = curve.nextChange(t, amplitude);
-            QVERIFY(next);
-            QVERIFY(*next > t);
-            if (*next >= curve.duration())
-                break;
-            QVERIFY(curve.pixels(*next, amplitude) != curve.pixels(t, amplitude));
-            QCOMPARE(curve.pixels(*next - 0.002, amplitude), curve.pixels(t, amplitude));
-            t = *next;
-            ++wakeups;
-        }
-        QCOMPARE(wakeups, 2 * int(std::lround(amplitude)));
-        QCOMPARE(curve.pixels(curve.duration() / 2, amplitude), int(std::lround(amplitude)));
     }
 };
 

@@ -27,7 +27,6 @@ private Q_SLOTS:
         QTest::addRow("working at tier 3, percent truncated") << Mood::working << at(92'999) << 3 << u"Kata ga koru..."_s << u"46%"_s << false;
         QTest::addRow("coral from tier 5") << Mood::working << at(160'000) << 5 << u"Nemui... demo ganbaru."_s << u"80%"_s << true;
         QTest::addRow("beyond the window caps at 100") << Mood::working << at(250'000) << 6 << u"Kyou wa koko made. Oyasumi!"_s << u"100%"_s << true;
-        QTest::addRow("no token count reads 0") << Mood::working << at(std::nullopt) << 0 << u"Makasete!"_s << u"0%"_s << false;
     }
     void lineAndTag()
     {
@@ -41,21 +40,6 @@ private Q_SLOTS:
         QTEST(model.romaji(), "romaji");
         QTEST(model.tagLabel(), "label");
         QTEST(model.alarm(), "alarm");
-    }
-
-    void tierStaysInTable()
-    {
-        PetModel model;
-        model.setTier(9);
-        QCOMPARE(model.tier(), 6);
-        model.setTier(-2);
-        QCOMPARE(model.tier(), 0);
-    }
-
-    void detail()
-    {
-        QCOMPARE(PetModel::detail(TestSupport::session(u"billing-api"_s, 84'200)), u"billing-api \u00B7 84K / 200K"_s);
-        QCOMPARE(PetModel::detail(TestSupport::session(u"billing-api"_s, std::nullopt)), u"billing-api \u00B7 fresh"_s);
     }
 };
 

@@ -4,7 +4,6 @@
 #include "sessionlistmodel.h"
 #include "sessionspopover.h"
 #include "testsupport.h"
-#include "theme.h"
 
 #include <QQmlEngine>
 #include <QQuickView>
@@ -58,36 +57,28 @@ private Q_SLOTS:
         QTest::addColumn<bool>("pinned");
         QTest::addColumn<QString>("percent");
         QTest::addColumn<QString>("badge");
-        QTest::addColumn<QColor>("badgeColour");
-        QTest::addColumn<QString>("captionStart");
         Session codex = numbered(3, std::nullopt);
         codex.provider = Provider::codex;
-        QTest::addRow("a Claude session") << numbered(3) << false << u"42%"_s << u"CLAUDE"_s << Theme::manila() << u"84K of 200K \u00B7 started "_s;
-        QTest::addRow("a Codex session without a reply") << codex << false << u"0%"_s << u"CODEX"_s << Theme::partition() << u"No reply yet \u00B7 started "_s;
-        QTest::addRow("over the window reads 100 percent") << numbered(3, 250'000) << false << u"100%"_s << u"CLAUDE"_s << Theme::manila() << u"250K of 200K"_s;
-        QTest::addRow("pinned and followed") << numbered(3) << true << u"42%"_s << u"CLAUDE"_s << Theme::manila() << u"84K of 200K"_s;
+        QTest::addRow("a Claude session") << numbered(3) << false << u"42%"_s << u"CLAUDE"_s;
+        QTest::addRow("a Codex session without a reply") << codex << false << u"0%"_s << u"CODEX"_s;
+        QTest::addRow("pinned and followed") << numbered(3) << true << u"42%"_s << u"CLAUDE"_s;
     }
     void row()
     {
         QFETCH(Session, session);
         QFETCH(bool, pinned);
-        QFETCH(QString, captionStart);
         Hosted hosted;
-        const bool followed = pinned || session.tokens > 200'000;
-        hosted.model.update({ session }, pinned ? std::optional(session.id) : std::nullopt, followed ? std::optional(session.id) : std::nullopt);
+        const std::optional<QString> pin = pinned ? std::optional(session.id) : std::nullopt;
+        hosted.model.update({ session }, pin, pin);
 
-        QTRY_VERIFY(hosted.find(u"caption"_s));
-        const QString caption = hosted.find(u"caption"_s)->property("text").toString();
-        QVERIFY2(caption.startsWith(captionStart) && caption.endsWith(u" \u00B7 3m ago"_s), qPrintable(caption));
+        QTRY_VERIFY(hosted.find(u"project"_s));
         QCOMPARE(hosted.find(u"project"_s)->property("text").toString(), session.project);
         QTEST(hosted.find(u"meterPercent"_s)->property("text").toString(), "percent");
         QQuickItem *badge = hosted.find(u"providerBadge"_s);
-        QTEST(badge->property("color").value<QColor>(), "badgeColour");
         QTEST(badge->childItems().first()->property("text").toString(), "badge");
         QCOMPARE(hosted.find(u"pinMark"_s) != nullptr, pinned);
         QQuickItem *row = hosted.find(u"sessionRow"_s);
-        QCOMPARE(row->height(), 62.0);
-        QCOMPARE(row->property("followed").toBool(), followed);
+        QCOMPARE(row->property("followed").toBool(), pinned);
         QCOMPARE(row->property("toolTipText").toString(), pinned ? u"Click to stop following this session"_s : u"Click to make her follow this session"_s);
     }
 

@@ -81,7 +81,6 @@ private Q_SLOTS:
             << State { api, { api }, u"/logs/gone.jsonl"_s, {}, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
         QTest::addRow("a folder she cannot read is named") << State { std::nullopt, {}, std::nullopt, { u"~/.codex/sessions"_s }, true }
                                                            << menuOf(calm, { u"No sessions today (off)"_s, u"Cannot read ~/.codex/sessions (off)"_s });
-        QTest::addRow("hidden pet") << State { std::nullopt, {}, std::nullopt, {}, false } << menuOf(calm, { u"No sessions today (off)"_s }, u"Show Yuzuha"_s);
         // A project name is the folder's name; an ampersand in it must print, not underline the next letter.
         const Session rnd = session(u"R&D"_s, 84'000);
         QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, {}, true }
@@ -95,22 +94,6 @@ private Q_SLOTS:
         menu.addAction(u"left over from the last opening"_s);
         StatusItemController::populate(&menu, state);
         QTEST(describe(menu), "expected");
-    }
-
-    void texts_data()
-    {
-        QTest::addColumn<std::optional<Session>>("focused");
-        QTest::addColumn<QString>("toolTip");
-
-        QTest::addRow("nothing focused") << std::optional<Session> {} << u"Yuzuha"_s;
-        QTest::addRow("three quarters") << std::optional<Session> { session(u"api-server"_s, 150'000) } << u"Yuzuha: api-server, 75% of the context window"_s;
-        QTest::addRow("no reply yet reads 0") << std::optional<Session> { session(u"new"_s, std::nullopt) } << u"Yuzuha: new, 0% of the context window"_s;
-    }
-
-    void texts()
-    {
-        QFETCH(std::optional<Session>, focused);
-        QTEST(StatusItemController::toolTipText(focused), "toolTip");
     }
 
     // A long project name is cut in the middle, so one session does not stretch the menu; a short one stays whole.
@@ -155,30 +138,6 @@ private Q_SLOTS:
         open();
         fullest()->trigger();
         QCOMPARE(watcher.pinnedID(), std::nullopt);
-
-        // An item without a session id follows nothing.
-        open();
-        QAction *item = itemFor(*controller.menu(), sessions.at(0).id);
-        item->setData(42);
-        item->trigger();
-        QCOMPARE(watcher.pinnedID(), std::nullopt);
-    }
-
-    void keysActWhileTheMenuIsOpen()
-    {
-        // Without a main window the menu is the only place Ctrl+, can reach the settings from.
-        QTemporaryDir dir;
-        SessionWatcher watcher(configFor(dir));
-        StatusItemController controller(&watcher, nullptr, nullptr, {});
-        QSignalSpy settings(&controller, &StatusItemController::settingsRequested);
-        QMenu *menu = controller.menu();
-        StatusItemController::populate(menu, State {});
-        menu->popup(QPoint(10, 10));
-        QVERIFY(QTest::qWaitForWindowExposed(menu));
-
-        QTest::keyClick(menu, Qt::Key_Comma, Qt::ControlModifier);
-        QCOMPARE(settings.size(), 1);
-        QVERIFY(!menu->isVisible());
     }
 
     void refreshFollowsTheWatcher()

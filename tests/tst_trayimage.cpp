@@ -30,7 +30,6 @@ private Q_SLOTS:
         QTest::addColumn<QColor>("tag");
         for (int size : { 16, 22, 24, 32, 48 }) {
             QTest::addRow("no session at %d", size) << size << std::optional<int> {} << QColor();
-            QTest::addRow("7%% at %d", size) << size << std::optional<int> { 7 } << Theme::ink();
             QTest::addRow("79%% at %d", size) << size << std::optional<int> { 79 } << Theme::ink();
             QTest::addRow("100%% turns coral at %d", size) << size << std::optional<int> { 100 } << Theme::coralDeep();
         }

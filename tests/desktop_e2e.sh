@@ -5,7 +5,7 @@
 # Each run starts only what it needs and ends, by PID, only what it started. A missing desktop skips.
 #   desktop_e2e.sh x11|wayland path/to/yuzuha
 # The conditions polled by within() are expanded when they run, so they are single-quoted on purpose.
-# shellcheck disable=SC2016,SC2034,SC2317
+# shellcheck disable=SC2016,SC2034,SC2154,SC2317
 set -eu
 mode=$1
 app=$2
@@ -26,11 +26,7 @@ work=$(mktemp -d)
 pids=""
 started() { pids="$1 $pids"; }
 stop() { if [ -n "$1" ]; then kill "$1" 2>/dev/null || true; fi; }
-cleanup() {
-    for pid in $pids; do stop "$pid"; done
-    rm -rf "$work"
-}
-trap cleanup EXIT INT TERM
+trap 'for pid in $pids; do stop "$pid"; done; rm -rf "$work"' EXIT INT TERM
 fail() {
     echo "FAIL: $*"
     [ -n "${shot_display:-}" ] && DISPLAY=$shot_display import -window root "$work/fail.png" 2>/dev/null && echo "  (screen kept at ${YUZUHA_E2E_SHOTS:-nowhere})" &&
@@ -39,13 +35,11 @@ fail() {
 }
 # Polls a shell condition for up to $1 tenths of a second.
 within() {
-    limit=$1
+    limit=$1 i=0
     shift
-    i=0
     until eval "$*"; do
         [ $i -ge "$limit" ] && return 1
-        sleep 0.1
-        i=$((i + 1))
+        sleep 0.1 && i=$((i + 1))
     done
 }
 
@@ -64,14 +58,12 @@ chmod 700 "$home/run"
 printf '[General]\nhasSeenWelcome=true\n' > "$home/.config/Yuzuha/Yuzuha.conf"
 start_yuzuha() {
     env -u XDG_CONFIG_HOME -u QT_QUICK_BACKEND HOME="$home" TMPDIR="$home/tmp" XDG_RUNTIME_DIR="$home/run" QT_QPA_PLATFORM=xcb \
-        "$app" > "$work/yuzuha.log" 2>&1 &
-    started $!
+        "$app" > "$work/yuzuha.log" 2>&1 & started $!
     within 100 'pet=$(xdotool search --onlyvisible --name "^Yuzuha\$" 2>/dev/null | head -1); [ -n "$pet" ]' || fail "her window did not appear"
 }
 
 screen=$(free_display)
-Xvfb "$screen" -screen 0 1280x800x24 -nolisten tcp > /dev/null 2>&1 &
-started $!
+Xvfb "$screen" -screen 0 1280x800x24 -nolisten tcp > /dev/null 2>&1 & started $!
 export DISPLAY="$screen"
 within 50 'xdpyinfo > /dev/null 2>&1' || fail "Xvfb did not start"
 shot_display=$screen
@@ -79,12 +71,12 @@ shot_display=$screen
 convert -size 1280x800 xc:'#5a7da0' "$work/desktop.png"
 display -window root "$work/desktop.png" || true # it sets the background and answers 1
 
-geometry() { xwininfo -id "$1" | awk '/Absolute upper-left X/ { x = $NF } /Absolute upper-left Y/ { y = $NF } /Width/ { w = $NF } /Height/ { h = $NF } END { print x, y, w, h }'; }
+# Shell assignments of a window's place and size, each name prefixed by $2: eval "$(geometry "$pet")" sets x y w h.
+geometry() { xwininfo -id "$1" | awk -v p="${2:-}" '/Absolute upper-left X/ { x = $NF } /Absolute upper-left Y/ { y = $NF } /Width/ { w = $NF } /Height/ { h = $NF } END { print p "x=" x, p "y=" y, p "w=" w, p "h=" h }'; }
 pixel() { import -window root -crop "1x1+$1+$2" txt:- 2>/dev/null | sed -n 's/.*#\([0-9A-Fa-f]\{6\}\).*/\1/p' | head -1; }
 
 if [ "$mode" = x11 ]; then
-    openbox --sm-disable > "$work/openbox.log" 2>&1 &
-    started $!
+    openbox --sm-disable > "$work/openbox.log" 2>&1 & started $!
     within 50 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q window' || fail "openbox did not start"
     picom --backend xrender > "$work/picom.log" 2>&1 &
     picom=$!
@@ -107,9 +99,7 @@ if [ "$mode" = x11 ]; then
     echo "PASS: on every desktop, above, off the taskbar and pager, no request for attention"
 
     # No compositor: her window is cut to what is drawn, so the desktop shows around her instead of black.
-    read -r x y w h <<EOF
-$(geometry "$pet")
-EOF
+    eval "$(geometry "$pet")"
     # The empty side of her panel looks like the desktop just beside the panel.
     boxless() { [ "$(pixel $((x + 4)) $((y + h / 2)))" = "$(pixel $((x - 10)) $((y + h / 2)))" ]; }
     boxless || fail "with a compositor the empty side of her panel shows #$(pixel $((x + 4)) $((y + h / 2)))"
@@ -117,15 +107,13 @@ EOF
     within 50 'xwininfo -shape -id "$pet" | grep -q "Window shape extents" && boxless' ||
         fail "without a compositor the empty side of her panel shows #$(pixel $((x + 4)) $((y + h / 2)))"
     [ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-openbox-no-compositor.png"
-    picom --backend xrender > "$work/picom.log" 2>&1 &
-    started $!
+    picom --backend xrender > "$work/picom.log" 2>&1 & started $!
     within 50 'xwininfo -shape -id "$pet" | grep -q "No window shape defined"' || fail "the silhouette stayed after the compositor came back"
     echo "PASS: drawn without a box with and without a compositor, switched live"
 
     # A tray that starts after her, reserving a strip at the bottom: her item appears, and she steps off the strip.
     trayer --edge bottom --align right --widthtype pixel --width 120 --heighttype pixel --height 30 --SetDockType true --SetPartialStrut true \
-        > "$work/trayer.log" 2>&1 &
-    started $!
+        > "$work/trayer.log" 2>&1 & started $!
     # Her item is a window of class Yuzuha embedded somewhere below trayer's panel window.
     embedded() {
         xwininfo -root -tree | awk '
@@ -136,16 +124,11 @@ EOF
     }
     within 100 embedded ||
         fail "her tray item did not appear in a tray that started after her"
-    within 50 'read -r x y w h <<EOF
-$(geometry "$pet")
-EOF
-[ $((y + h)) -le 770 ]' || fail "she stands over the tray's strip: $(geometry "$pet")"
+    within 50 'eval "$(geometry "$pet")"; [ $((y + h)) -le 770 ]' || fail "she stands over the tray's strip: $(geometry "$pet")"
     echo "PASS: tray item and placement follow a tray that starts after her"
 
     # Her context menu closes when the user clicks elsewhere, and that click is not eaten.
-    read -r x y w h <<EOF
-$(geometry "$pet")
-EOF
+    eval "$(geometry "$pet")"
     menus() { xdotool search --onlyvisible --class yuzuha | wc -l; }
     shown=$(menus)
     for closer in "mousemove 200 200 click 1" "key Escape"; do
@@ -165,40 +148,32 @@ fi
 mkdir -p "$work/run"
 chmod 700 "$work/run"
 export XDG_RUNTIME_DIR="$work/run"
-dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" 2> "$work/dbus.log" &
-started $!
+dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" 2> "$work/dbus.log" & started $!
 within 50 '[ -s "$work/bus" ]' || fail "no session bus"
 export DBUS_SESSION_BUS_ADDRESS="unix:path=$work/run/bus"
 socket="wl-e2e-$$"
-mutter --nested --wayland --wayland-display "$socket" > "$work/mutter.log" 2>&1 &
-started $!
+mutter --nested --wayland --wayland-display "$socket" > "$work/mutter.log" 2>&1 & started $!
 within 150 'grep -q "Using public X11 display" "$work/mutter.log" && ls "$work"/run/.mutter-Xwaylandauth.* > /dev/null 2>&1' ||
     fail "mutter did not start: $(tail -3 "$work/mutter.log")"
 xwayland=$(sed -n 's/.*Using public X11 display \(:[0-9]*\).*/\1/p' "$work/mutter.log" | head -1)
 auth=$(find "$work/run" -maxdepth 1 -name '.mutter-Xwaylandauth.*' | head -1)
-WAYLAND_DISPLAY=$socket stdbuf -oL weston-eventdemo --log-button --width=1400 --height=900 > "$work/events.log" 2>&1 &
-started $!
+WAYLAND_DISPLAY=$socket stdbuf -oL weston-eventdemo --log-button --width=1400 --height=900 > "$work/events.log" 2>&1 & started $!
 within 50 'grep -q . "$work/events.log" || true; sleep 1; true'
 # The nested compositor's own window on Xvfb: where its outputs's pixels are.
 nested=$(xdotool search --name '^mutter' | head -1)
 [ -n "$nested" ] || nested=$(xwininfo -root -tree | awk '/"mutter"/ { print $1; exit }')
-read -r nx ny _ _ <<EOF
-$(geometry "$nested")
-EOF
+eval "$(geometry "$nested" n)"
 
 DISPLAY=$xwayland XAUTHORITY=$auth WAYLAND_DISPLAY=$socket XDG_SESSION_TYPE=wayland sh -c '
     export DISPLAY XAUTHORITY WAYLAND_DISPLAY XDG_SESSION_TYPE
     exec env -u XDG_CONFIG_HOME -u QT_QUICK_BACKEND HOME="$1" TMPDIR="$1/tmp" XDG_RUNTIME_DIR="$1/run" QT_QPA_PLATFORM=xcb "$2"' sh "$home" "$app" \
-    > "$work/yuzuha.log" 2>&1 &
-started $!
+    > "$work/yuzuha.log" 2>&1 & started $!
 pet=
 within 100 'pet=$(DISPLAY=$xwayland XAUTHORITY=$auth xdotool search --onlyvisible --name "^Yuzuha\$" 2>/dev/null | head -1); [ -n "$pet" ]' ||
     fail "her window did not appear on Xwayland: $(tail -3 "$work/yuzuha.log")"
 # Wait for the launch greeting to end: then only her figure and tag are drawn.
 sleep 8
-read -r px py pw ph <<EOF
-$(DISPLAY=$xwayland XAUTHORITY=$auth geometry "$pet")
-EOF
+eval "$(DISPLAY=$xwayland XAUTHORITY=$auth geometry "$pet" p)"
 echo "her window on Xwayland: ${pw}x${ph}+$px+$py (the panel is 270x372)"
 { [ "$pw" -lt 270 ] && [ "$ph" -lt 372 ]; } || fail "her window still covers the whole panel: ${pw}x${ph}"
 # A point of the panel her old window covered, beside her figure: the Wayland window beneath gets the click.

@@ -1,20 +1,14 @@
 #!/bin/sh
-# Yuzuha on real desktops, driven from outside as a person would:
-#   x11      openbox with the picom compositor on Xvfb; a tray (trayer) that starts after her
-#   wayland  mutter as a nested Wayland compositor, she on its Xwayland, a Wayland window beneath her
-# Each run starts only what it needs and ends, by PID, only what it started. A missing desktop skips.
-#   desktop_e2e.sh x11|wayland path/to/yuzuha
-# The conditions polled by within() are expanded when they run, so they are single-quoted on purpose.
+# desktop_e2e.sh x11|wayland path/to/yuzuha: Yuzuha on real desktops, driven from outside as a person would.
+# x11: openbox and picom on Xvfb, a tray (trayer) that starts after her; wayland: nested mutter, she on its
+# Xwayland over a Wayland window. Ends by PID only what it started; a missing desktop skips. within()'s
+# conditions are expanded when they run, so they are single-quoted on purpose.
 # shellcheck disable=SC2016,SC2034,SC2154,SC2317
 set -eu
 mode=$1
 app=$2
 
-need() {
-    for tool in "$@"; do
-        command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }
-    done
-}
+need() { for tool in "$@"; do command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }; done; }
 need Xvfb xdotool xprop xwininfo xdpyinfo convert display
 case "$mode" in
 x11) need openbox picom trayer ;;
@@ -45,16 +39,14 @@ within() {
 
 free_display() {
     for n in $(seq 63 79) $(seq 100 140); do
-        if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then echo ":$n"; return; fi
+        [ -e "/tmp/.X$n-lock" ] || [ -e "/tmp/.X11-unix/X$n" ] || { echo ":$n"; return; }
     done
-    echo "no free X display" >&2
-    exit 1
+    echo "no free X display" >&2 && exit 1
 }
 
 # A scratch home: settings that skip the welcome, and a private runtime folder for the instance socket.
 home=$work/home
-mkdir -p "$home/.config/Yuzuha" "$home/tmp" "$home/run"
-chmod 700 "$home/run"
+mkdir -p "$home/.config/Yuzuha" "$home/tmp" "$home/run" && chmod 700 "$home/run"
 printf '[General]\nhasSeenWelcome=true\n' > "$home/.config/Yuzuha/Yuzuha.conf"
 start_yuzuha() {
     env -u XDG_CONFIG_HOME -u QT_QUICK_BACKEND HOME="$home" TMPDIR="$home/tmp" XDG_RUNTIME_DIR="$home/run" QT_QPA_PLATFORM=xcb \
@@ -145,8 +137,7 @@ if [ "$mode" = x11 ]; then
 fi
 
 # Wayland: mutter nested in the Xvfb window, a Wayland client filling it, she on mutter's Xwayland.
-mkdir -p "$work/run"
-chmod 700 "$work/run"
+mkdir -p "$work/run" && chmod 700 "$work/run"
 export XDG_RUNTIME_DIR="$work/run"
 dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" 2> "$work/dbus.log" & started $!
 within 50 '[ -s "$work/bus" ]' || fail "no session bus"

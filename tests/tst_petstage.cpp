@@ -51,8 +51,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&scene.window));
         QSignalSpy clicked(scene.stage, &PetStageView::clicked);
         QSignalSpy moved(scene.stage, &PetStageView::moved);
-        const QPoint start = scene.window.position() + QPoint(135, 200);
-        const QPoint origin = scene.window.position();
+        const QPoint origin = scene.window.position(), start = origin + QPoint(135, 200);
         QTest::mousePress(&scene.window, Qt::LeftButton, {}, scene.local(start));
         QVERIFY(scene.stage->isDragging());
         for (const QPoint &step : path)
@@ -69,7 +68,6 @@ private Q_SLOTS:
     void missingBitmapKeepsThePrevious()
     {
         Scene scene;
-        QVERIFY(scene.stage->mask());
         const QRectF before = scene.stage->spriteRect();
         // Centred and snapped to whole pixels: 135 − 46.5 rounds to 89.
         QCOMPARE(before, QRectF(88, 92, 94, 250));
@@ -78,9 +76,7 @@ private Q_SLOTS:
         QSignalSpy changed(scene.stage, &PetStageView::contentsChanged);
         scene.stage->applyContents(true);
         QCOMPARE(changed.count(), 0);
-        QVERIFY(scene.stage->mask());
-        QVERIFY(!scene.stage->isFading());
-        QVERIFY(scene.stage->isOnHer(before.center()));
+        QVERIFY(scene.stage->mask() && !scene.stage->isFading() && scene.stage->isOnHer(before.center()));
     }
 };
 

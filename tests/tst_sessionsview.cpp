@@ -74,8 +74,7 @@ private Q_SLOTS:
         QTRY_VERIFY(hosted.find(u"project"_s));
         QCOMPARE(hosted.find(u"project"_s)->property("text").toString(), session.project);
         QTEST(hosted.find(u"meterPercent"_s)->property("text").toString(), "percent");
-        QQuickItem *badge = hosted.find(u"providerBadge"_s);
-        QTEST(badge->childItems().first()->property("text").toString(), "badge");
+        QTEST(hosted.find(u"providerBadge"_s)->childItems().first()->property("text").toString(), "badge");
         QCOMPARE(hosted.find(u"pinMark"_s) != nullptr, pinned);
         QQuickItem *row = hosted.find(u"sessionRow"_s);
         QCOMPARE(row->property("followed").toBool(), pinned);
@@ -88,9 +87,8 @@ private Q_SLOTS:
         QVERIFY(!hosted.find(u"unreadableText"_s));
         hosted.codexShut = true;
         hosted.access.check();
-        QQuickItem *notice = hosted.find(u"unreadableText"_s);
-        QVERIFY(notice);
-        QVERIFY(notice->property("text").toString().startsWith(u"She cannot read ~/.codex/sessions:"_s));
+        const QQuickItem *notice = hosted.find(u"unreadableText"_s);
+        QVERIFY(notice && notice->property("text").toString().startsWith(u"She cannot read ~/.codex/sessions:"_s));
     }
 
     void edge_data()
@@ -134,8 +132,7 @@ private Q_SLOTS:
 
     void popoverPinsThroughTheWatcher()
     {
-        // The popover over a real watcher reading logs of our own: a click on a row follows it, a second
-        // click lets go, and the pill lets go too.
+        // Over a real watcher: a click on a row follows it, a second click lets go, and so does the pill.
         QTemporaryDir dir;
         const QString shopLog = dir.filePath(u".claude/projects/-home-u/one.jsonl"_s);
         TestSupport::writeFile(shopLog, TestSupport::claudeTokens(60'000, "m", "/home/u/shop") + '\n');
@@ -147,13 +144,12 @@ private Q_SLOTS:
 
         FleetAccess access(dir.path());
         ViewEngine engine(nullptr, &access, nullptr);
-        SessionsPopover host(&watcher, &engine);
-        SessionsPopover *popover = &host;
-        popover->toggle(nullptr, QRect(900, 300, 93, 250));
-        QPointer<QQuickView> guard(popover->window());
-        QQuickView *window = popover->window();
+        SessionsPopover popover(&watcher, &engine);
+        popover.toggle(nullptr, QRect(900, 300, 93, 250));
+        QQuickView *window = popover.window();
+        QPointer<QQuickView> guard(window);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        QCOMPARE(popover->model()->rowCount(), 2);
+        QCOMPARE(popover.model()->rowCount(), 2);
         const auto rowOf = [&](const QString &project) -> QQuickItem * {
             for (QQuickItem *row : QuickDriver::findAll(window->rootObject(), u"sessionRow"_s))
                 if (row->property("project").toString() == project)
@@ -178,10 +174,10 @@ private Q_SLOTS:
         QCOMPARE(watcher.pinnedID(), std::nullopt);
 
         // Escape closes it at once, and its window goes once it has faded out.
-        QSignalSpy closed(popover, &SessionsPopover::closed);
+        QSignalSpy closed(&popover, &SessionsPopover::closed);
         QTest::keyClick(window, Qt::Key_Escape);
         QCOMPARE(closed.size(), 1);
-        QVERIFY(!popover->isShown());
+        QVERIFY(!popover.isShown());
         QTRY_VERIFY(guard.isNull());
     }
 };

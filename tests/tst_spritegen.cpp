@@ -170,38 +170,6 @@ private Q_SLOTS:
         QCOMPARE(loosePixels(all), 0);
     }
 
-    // Her figure widens a straight torso 1.5× below row 10; the head keeps its shape, and nothing tears.
-    void figureBendsTheBodyButNotTheHead_data()
-    {
-        QTest::addColumn<QString>("shape");
-        QTest::addColumn<int>("row");
-        QTest::addColumn<int>("left");
-        QTest::addColumn<int>("right");
-        QTest::addRow("a rect above the bend stays") << u"layer body\nrect K 20 0 40 30\n"_s << 0 << 20 << 40;
-        QTest::addRow("a rect below the bend widens") << u"layer body\nrect K 20 0 40 30\n"_s << 20 << 15 << 45;
-        QTest::addRow("an outlined poly widens halfway up the ramp") << u"layer body\n{ K o\npoly 20 0 40 0 40 30 20 30\n}\n"_s << 5 << 17 << 43;
-        QTest::addRow("a head layer is not bent") << u"layer head head\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
-        QTest::addRow("a tilted head leans above the neck") << u"headtilt 0 0.1 20\nlayer head head\nrect K 20 0 40 30\n"_s << 0 << 22 << 42;
-        QTest::addRow("arms are drawn where they hang") << u"layer arms\nrect K 20 0 40 30\n"_s << 20 << 20 << 40;
-    }
-    void figureBendsTheBodyButNotTheHead()
-    {
-        QFETCH(QString, shape);
-        QFETCH(int, row);
-        QFETCH(int, left);
-        QFETCH(int, right);
-        const QImage grid = render((u"canvas 61 40\nmaterial K 000000\nfigure 0 1\nfigure 10 1.5\n"_s + shape).toUtf8());
-        QVERIFY(!grid.isNull());
-        QList<int> drawn;
-        for (int x = 0; x < grid.width(); ++x)
-            if (qAlpha(grid.pixel(x, row)))
-                drawn.append(x);
-        QVERIFY(!drawn.isEmpty());
-        QCOMPARE(drawn.first(), left);
-        QCOMPARE(drawn.last(), right);
-        QCOMPARE(drawn.size(), right - left + 1); // no gaps
-    }
-
     // Bending must not break the mirror: mirrored shapes, lines and dots come out exactly symmetric.
     void figureKeepsMirroredShapesSymmetric()
     {

@@ -40,17 +40,10 @@ QStringList menuOf(const QString &line, const QStringList &items, const QString 
 
 QAction *itemFor(const QMenu &menu, const QString &id)
 {
-    for (QAction *action : menu.actions()) {
+    for (QAction *action : menu.actions())
         if (action->data() == id)
             return action;
-    }
     return nullptr;
-}
-
-// A watcher over a folder of our own, never the user's logs or settings.
-SessionWatcher::Config configFor(const QTemporaryDir &dir)
-{
-    return TestSupport::watcherConfig(dir.path());
 }
 } // namespace
 
@@ -100,12 +93,10 @@ private Q_SLOTS:
     void longProjectIsCutInTheMiddle()
     {
         const QString name = u"quarterly-reporting-pipeline-migration-for-the-finance-team-2026-edition"_s;
-        QMenu menu;
-        const QFontMetrics metrics = menu.fontMetrics();
+        const QFontMetrics metrics = QMenu().fontMetrics();
         const QString cut = StatusItemController::sessionText(session(name, 84'000), metrics);
         const QString project = cut.section(u"  "_s, 0, 0);
-        QVERIFY(project.contains(u'\u2026'));
-        QVERIFY(project.startsWith(u"quarterly"_s) && project.endsWith(u"edition"_s));
+        QVERIFY(project.contains(u'\u2026') && project.startsWith(u"quarterly"_s) && project.endsWith(u"edition"_s));
         QVERIFY(metrics.horizontalAdvance(project) <= StatusItemController::menuProjectWidth);
         QVERIFY(cut.endsWith(u"  42%  (84K)"_s));
         QCOMPARE(StatusItemController::sessionText(session(u"api-server"_s, 84'000), metrics), u"api-server  42%  (84K)"_s);
@@ -114,7 +105,7 @@ private Q_SLOTS:
     void followAndUnfollow()
     {
         QTemporaryDir dir;
-        SessionWatcher watcher(configFor(dir));
+        SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         StatusItemController controller(&watcher, nullptr, nullptr, {});
 
         const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
@@ -126,8 +117,7 @@ private Q_SLOTS:
         QCOMPARE(watcher.pinnedID(), std::optional<QString>(sessions.at(1).id));
 
         open();
-        QVERIFY(!fullest()->isChecked());
-        QVERIFY(itemFor(*controller.menu(), sessions.at(1).id)->isChecked());
+        QVERIFY(!fullest()->isChecked() && itemFor(*controller.menu(), sessions.at(1).id)->isChecked());
         // Choosing the followed session again lets go of it.
         itemFor(*controller.menu(), sessions.at(1).id)->trigger();
         QCOMPARE(watcher.pinnedID(), std::nullopt);
@@ -149,7 +139,7 @@ private Q_SLOTS:
         };
         QVERIFY(!write(150'000).isEmpty());
 
-        SessionWatcher watcher(configFor(dir));
+        SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         StatusItemController controller(&watcher, nullptr, nullptr, {});
         QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha"_s);
         const qint64 emptyIcon = controller.trayIcon()->icon().cacheKey();

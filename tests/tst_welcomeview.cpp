@@ -66,8 +66,7 @@ private Q_SLOTS:
         } else {
             click(find(view->rootObject(), u"closingButton"_s));
         }
-        QVERIFY(prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool());
-        QVERIFY(prefs->petVisible());
+        QVERIFY(prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool() && prefs->petVisible());
         QVERIFY(!m_app->windows()->welcome());
         QTRY_VERIFY(view.isNull());
         // The next welcome is a new window with a new view.

@@ -143,7 +143,7 @@ private Q_SLOTS:
         QVERIFY(refused.get());
     }
 
-    void claude_data()
+    void readers_data()
     {
         QTest::addColumn<QByteArrayList>("lines");
         QTest::addColumn<Reading>("expected");
@@ -174,17 +174,7 @@ private Q_SLOTS:
         QTest::addRow("counts of the wrong type are zero")
             << QByteArrayList { usage(R"("input_tokens":"12","cache_creation_input_tokens":30,"cache_read_input_tokens":null)") } << fromApp(30, u"m"_s);
         QTest::addRow("a count past the int64 range saturates") << QByteArrayList { usage(R"("input_tokens":1e300)") } << fromApp(max, u"m"_s);
-    }
-    void claude()
-    {
-        QFETCH(QByteArrayList, lines);
-        QTEST(Journal::claude(write(TestSupport::lines(lines))), "expected");
-    }
 
-    void codex_data()
-    {
-        QTest::addColumn<QByteArrayList>("lines");
-        QTest::addColumn<Reading>("expected");
         const QString cwd = u"/w/codex"_s;
         const Reading found = reading(12'000, 258'400, {}, cwd);
         const QByteArray t12k = codexTokens(12'000);
@@ -197,10 +187,13 @@ private Q_SLOTS:
         QTest::addRow("an event newer than the compaction counts") << QByteArrayList { meta, compacted, codexTokens(40) } << reading(40, 258'400, {}, cwd);
         QTest::addRow("only the working directory") << QByteArrayList { meta, R"({"type":"response_item","payload":{}})" } << reading({}, {}, {}, cwd);
     }
-    void codex()
+
+    // Codex logs open with their session record.
+    void readers()
     {
         QFETCH(QByteArrayList, lines);
-        QTEST(Journal::codex(write(TestSupport::lines(lines))), "expected");
+        const QString path = write(TestSupport::lines(lines));
+        QTEST(lines.value(0) == meta ? Journal::codex(path) : Journal::claude(path), "expected");
     }
 
     void headCwd_data()

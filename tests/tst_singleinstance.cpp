@@ -159,8 +159,7 @@ private Q_SLOTS:
         QFETCH(QString, leftOver);
         SingleInstance first(folder(u"private"_s));
         if (leftOver == u"file") {
-            QFile file(first.socketPath());
-            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(QFile(first.socketPath()).open(QIODevice::WriteOnly));
         } else if (leftOver == u"socket") {
             const sockaddr_un at = address(first.socketPath());
             const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
@@ -237,8 +236,7 @@ private Q_SLOTS:
     {
         rlimit saved {};
         QCOMPARE(::getrlimit(RLIMIT_NOFILE, &saved), 0);
-        rlimit usual = saved;
-        usual.rlim_cur = std::min<rlim_t>(1024, saved.rlim_max);
+        const rlimit usual { std::min<rlim_t>(1024, saved.rlim_max), saved.rlim_max };
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &usual), 0);
         const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_NOFILE, &saved); });
 
@@ -247,8 +245,7 @@ private Q_SLOTS:
         QVERIFY(first.claim());
         const sockaddr_un at = address(first.socketPath());
         const int flooder = finish(startChild([&] {
-            rlimit plenty = saved;
-            plenty.rlim_cur = saved.rlim_max;
+            const rlimit plenty { saved.rlim_max, saved.rlim_max };
             ::setrlimit(RLIMIT_NOFILE, &plenty);
             // Keeps connecting, for up to 3 s, until it holds 1,050 connections; then holds them for 1 s.
             const time_t end = ::time(nullptr) + 3;

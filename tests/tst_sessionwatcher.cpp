@@ -21,16 +21,6 @@ namespace
 {
 const QDateTime epoch = QDateTime(QDate(2026, 11, 22), QTime(10, 0), Qt::UTC);
 
-/// A clock the test moves by hand; the worker thread reads it.
-struct TestClock {
-    std::shared_ptr<std::atomic<qint64>> ms = std::make_shared<std::atomic<qint64>>(epoch.toMSecsSinceEpoch());
-    SessionScan::Clock clock() const
-    {
-        return [ms = ms] { return QDateTime::fromMSecsSinceEpoch(ms->load(), Qt::UTC); };
-    }
-    void advance(qint64 by) { *ms += by; }
-};
-
 constexpr qint64 minute = 60'000;
 constexpr qint64 hour = 60 * minute;
 } // namespace
@@ -41,10 +31,15 @@ class TestSessionWatcher : public QObject
 
     std::unique_ptr<QTemporaryDir> m_dir;
     QString home() const { return m_dir->path(); }
-    TestClock m_clock;
+    /// A clock the test moves by hand; the worker thread reads it.
+    std::shared_ptr<std::atomic<qint64>> m_now;
+    SessionScan::Clock clock() const
+    {
+        return [now = m_now] { return QDateTime::fromMSecsSinceEpoch(now->load(), Qt::UTC); };
+    }
     SessionScan scan()
     {
-        return SessionScan(watcherConfig(home()).snapshots, m_clock.clock(), [](qsizetype, qsizetype) {});
+        return SessionScan(watcherConfig(home()).snapshots, clock(), [](qsizetype, qsizetype) {});
     }
     /// Writes a log below the home folder, dated `ageMs` before the epoch.
     QString writeLog(const QString &relative, const QByteArray &bytes, qint64 ageMs)
@@ -56,7 +51,7 @@ private Q_SLOTS:
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        m_clock = TestClock();
+        m_now = std::make_shared<std::atomic<qint64>>(epoch.toMSecsSinceEpoch());
     }
 
     void discovery_data()
@@ -104,12 +99,12 @@ private Q_SLOTS:
         SessionScan s = scan();
         QCOMPARE(s.pass(0).size(), 0);
         writeLog(u".claude/projects/-a-b/new.jsonl"_s, claudeTokens(500), 0);
-        m_clock.advance(59 * 1'000);
+        *m_now += 59'000;
         QCOMPARE(s.pass(0).size(), 0); // no sweep within the minute
         s.forceSweep();
         QCOMPARE(s.pass(0).size(), 1);
         writeLog(u".claude/projects/-a-b/other.jsonl"_s, claudeTokens(500), 0);
-        m_clock.advance(61 * 1'000);
+        *m_now += 61'000;
         QCOMPARE(s.pass(0).size(), 2); // more than a minute since the last sweep
     }
 
@@ -121,12 +116,12 @@ private Q_SLOTS:
         writeLog(u".claude/projects/-a-b/fresh.jsonl"_s, "{\"type\":\"user\"}\n", 20 * minute - 40'000);
         SessionScan s = scan();
         QCOMPARE(s.pass(0).size(), 2);
-        m_clock.advance(30'000);
+        *m_now += 30'000;
         const QList<Session> left = s.pass(0);
         QCOMPARE(s.candidates().size(), 2);
         QCOMPARE(left.size(), 1);
         QCOMPARE(left.first().tokens, std::nullopt);
-        m_clock.advance(20'000);
+        *m_now += 20'000;
         QCOMPARE(s.pass(0).size(), 0);
     }
 
@@ -259,7 +254,7 @@ private Q_SLOTS:
     void watcherPublishesOnlyChanges()
     {
         writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(50'000), minute);
-        SessionWatcher watcher(watcherConfig(home(), m_clock.clock()));
+        SessionWatcher watcher(watcherConfig(home(), clock()));
         QSignalSpy changed(&watcher, &SessionWatcher::sessionsChanged);
         QSignalSpy finished(&watcher, &SessionWatcher::passFinished);
 

@@ -3,8 +3,6 @@
 #include "tailreader.h"
 #include "testsupport.h"
 
-#include <QDir>
-#include <QFile>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>

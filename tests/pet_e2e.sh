@@ -3,15 +3,12 @@
 # Claude Code session at 46 % (92,000 of a 200,000 window). Skips when Xvfb or xdotool is missing.
 #   pet_e2e.sh path/to/tst_pet_e2e [path/to/yuzuha]
 set -eu
-test_binary=$1
-app=${2:-}
+test_binary=$1 app=${2:-}
 for tool in Xvfb xdotool xwininfo; do
     command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }
 done
 
-home=$(mktemp -d)
-xvfb=
-first=
+home=$(mktemp -d) xvfb= first=
 cleanup() {
     [ -n "$first" ] && kill "$first" 2>/dev/null || true
     [ -n "$xvfb" ] && kill "$xvfb" 2>/dev/null || true
@@ -19,21 +16,16 @@ cleanup() {
 }
 trap cleanup EXIT INT TERM
 
-write_log() {
-    mkdir -p "$home/.claude/projects/-work-billing-api"
-    printf '{"type":"assistant","cwd":"/work/billing-api","message":{"model":"claude-sonnet-4-5","usage":{"input_tokens":2000,"cache_creation_input_tokens":10000,"cache_read_input_tokens":80000,"output_tokens":40}}}\n' \
-        > "$home/.claude/projects/-work-billing-api/session.jsonl"
-}
-write_log
+mkdir -p "$home/.claude/projects/-work-billing-api"
+printf '{"type":"assistant","cwd":"/work/billing-api","message":{"model":"claude-sonnet-4-5","usage":{"input_tokens":2000,"cache_creation_input_tokens":10000,"cache_read_input_tokens":80000,"output_tokens":40}}}\n' \
+    > "$home/.claude/projects/-work-billing-api/session.jsonl"
 
 display=
 for n in $(seq 57 99); do
     if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then display=":$n"; break; fi
 done
 [ -n "$display" ] || { echo "no free X display"; exit 1; }
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-i=0
+Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 & xvfb=$! i=0
 until xdpyinfo -display "$display" >/dev/null 2>&1 || [ $i -ge 50 ]; do sleep 0.1; i=$((i + 1)); done
 
 # Private runtime and temporary folders keep the single-instance socket apart from any Yuzuha already running.
@@ -45,11 +37,9 @@ unset XDG_CONFIG_HOME XDG_SESSION_TYPE || true
 # One Yuzuha per user session: a second launch hands over to the first and exits.
 if [ -n "$app" ]; then
     # Hidden at launch, so only the re-open request can bring her back (and store that she is visible).
-    rm -rf "$home/.config"
-    mkdir -p "$home/.config/Yuzuha"
+    rm -rf "$home/.config" && mkdir -p "$home/.config/Yuzuha"
     printf '[General]\npetVisible=false\n' > "$home/.config/Yuzuha/Yuzuha.conf"
-    "$app" >/dev/null 2>&1 &
-    first=$!
+    "$app" >/dev/null 2>&1 & first=$!
     sleep 3
     kill -0 "$first" || { echo "FAIL: yuzuha did not stay up"; exit 1; }
     timeout 10 "$app" >/dev/null 2>&1 || { echo "FAIL: a second launch did not exit at once"; exit 1; }

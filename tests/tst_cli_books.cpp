@@ -90,9 +90,7 @@ private Q_SLOTS:
 
     void emptyBooksSayHello()
     {
-        const Run r = books({ u"--home"_s, home() });
-        QCOMPARE(r.exitCode, 0);
-        QCOMPARE(r.out, QByteArray("No sessions in the last 24 hours: nothing on the books yet.\n"));
+        QCOMPARE(books({ u"--home"_s, home() }).out, QByteArray("No sessions in the last 24 hours: nothing on the books yet.\n"));
         QCOMPARE(books({ u"--json"_s, u"--home"_s, home() }).out, QByteArray("{\"sessions\":[],\"focused\":null}\n"));
     }
 
@@ -109,9 +107,7 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         QFETCH(QByteArray, message);
         const Run r = books(arguments);
-        QCOMPARE(r.exitCode, 2);
-        QVERIFY(r.out.isEmpty());
-        QVERIFY2(r.err.contains(message) && r.err.count('\n') == 1, r.err.constData());
+        QVERIFY2(r.exitCode == 2 && r.out.isEmpty() && r.err.contains(message) && r.err.count('\n') == 1, r.err.constData());
     }
 
     void statusline_data()
@@ -166,9 +162,7 @@ private Q_SLOTS:
             QVERIFY(!writeLog(u"t.jsonl"_s, log, 30).isEmpty());
         if (QString::fromUtf8(QTest::currentDataTag()).startsWith(u"bedtime"_s))
             QSettings(settingsFile(), QSettings::IniFormat).setValue(u"bedtimeTokens"_s, 400'000);
-        const Run r = books({ u"statusline"_s }, input.contains(u"%1"_s) ? input.arg(path).toUtf8() : input.toUtf8());
-        QCOMPARE(r.exitCode, 0);
-        QTEST(r.out, "line");
+        QTEST(books({ u"statusline"_s }, input.contains(u"%1"_s) ? input.arg(path).toUtf8() : input.toUtf8()).out, "line");
     }
 
     // The tool lists what the app's watcher publishes, in its order, up to its limit, and follows
@@ -178,9 +172,7 @@ private Q_SLOTS:
         writeThree();
         for (int i = 0; i < 13; ++i)
             writeLog(u".claude/projects/-a-many/s%1.jsonl"_s.arg(i), claudeTokens(1'000 * (i + 1)), 1'000 + i * 30);
-        const Run r = books({ u"--json"_s, u"--home"_s, home() });
-        QCOMPARE(r.exitCode, 0);
-        const QJsonObject root = QJsonDocument::fromJson(r.out).object();
+        const QJsonObject root = QJsonDocument::fromJson(books({ u"--json"_s, u"--home"_s, home() }).out).object();
         const QJsonArray listed = root.value(u"sessions"_s).toArray();
         SessionWatcher watcher(watcherConfig(home()));
         QSignalSpy finished(&watcher, &SessionWatcher::passFinished);
@@ -188,7 +180,7 @@ private Q_SLOTS:
         QVERIFY(finished.wait(10'000));
         const QList<Session> published = watcher.sessions();
         QCOMPARE(listed.size(), 12);
-        QCOMPARE(published.size(), listed.size());
+        QCOMPARE(published.size(), 12);
         QCOMPARE(root.value(u"focused"_s).toString(), watcher.focused()->id);
         for (qsizetype i = 0; i < published.size(); ++i) {
             const Session &p = published[i];

@@ -54,10 +54,9 @@ private Q_SLOTS:
         QFETCH(QString, key);
         QFETCH(QVariant, value);
         QFETCH(QString, property);
-        QFETCH(QVariant, loaded);
         QSettings(settingsFile(), QSettings::IniFormat).setValue(key, value);
         const QByteArray before = fileBytes();
-        QCOMPARE(make()->property(property.toLatin1().constData()), loaded);
+        QTEST(make()->property(property.toLatin1().constData()), "loaded");
         // Loading never rewrites what the user has stored.
         QCOMPARE(fileBytes(), before);
     }
@@ -106,8 +105,7 @@ private Q_SLOTS:
     {
         QFETCH(Preferences::Outfit, outfit);
         QFETCH(QDate, day);
-        QFETCH(Preferences::Outfit, resolved);
-        QCOMPARE(Preferences::resolved(outfit, day), resolved);
+        QTEST(Preferences::resolved(outfit, day), "resolved");
     }
 
     void openAtLogin()
@@ -118,13 +116,10 @@ private Q_SLOTS:
         prefs->setOpenAtLogin(true);
         QVERIFY(prefs->openAtLogin());
         QFile entry(autostart() + u"/yuzuha.desktop"_s);
-        QVERIFY(entry.open(QIODevice::ReadOnly));
-        const QByteArray text = entry.readAll();
+        const QByteArray text = entry.open(QIODevice::ReadOnly) ? entry.readAll() : QByteArray();
         QVERIFY2(text.startsWith("[Desktop Entry]\n") && text.contains("\nExec=/opt/yuzuha/bin/yuzuha\n"), text.constData());
-        entry.close();
         prefs->setOpenAtLogin(false);
-        QVERIFY(!prefs->openAtLogin());
-        QVERIFY(!entry.exists());
+        QVERIFY(!prefs->openAtLogin() && !entry.exists());
         QCOMPARE(changed.size(), 2);
     }
 
@@ -141,9 +136,8 @@ private Q_SLOTS:
     void openAtLoginReadsTheRealEntry()
     {
         QFETCH(QByteArray, entry);
-        QFETCH(bool, enabled);
         QVERIFY(!TestSupport::writeFile(autostart() + u"/yuzuha.desktop"_s, entry).isEmpty());
-        QCOMPARE(make()->openAtLogin(), enabled);
+        QTEST(make()->openAtLogin(), "enabled");
     }
 
     void openAtLoginFailureIsLogged()

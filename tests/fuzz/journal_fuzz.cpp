@@ -1,20 +1,16 @@
 // Feeds arbitrary bytes to the log readers as a log file and checks what they promise: they
-// never crash, the Claude reader never states a window, the Codex reader never names a model, and
-// the backward reader, in tiny chunks, yields the whole-tail reader's lines newest first. The same bytes, read as a
-// file name, turn into text that leads back to them and shows without lone surrogates.
-#include "../taillines.h"
+// never crash, the Claude reader never states a window, the Codex reader never names a model.
+// The same bytes, read as a file name, turn into text that leads back to them and shows without
+// lone surrogates.
 #include "journal.h"
 #include "logfile.h"
-#include "tailreader.h"
 
-#include <QByteArrayList>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <initializer_list>
 
 using namespace Qt::StringLiterals;
 
@@ -25,27 +21,6 @@ void require(bool condition, const char *what)
     if (!condition) {
         std::fprintf(stderr, "journal_fuzz: broken promise: %s\n", what);
         std::abort();
-    }
-}
-
-/// One backward reader taken through a growing series of tails: after each pass, everything it
-/// yielded so far is that tail's lines, newest first.
-void checkBackwardReader(const QString &path, qint64 chunkSize, std::initializer_list<qint64> byteCounts)
-{
-    Journal::TailReader reader(path, chunkSize);
-    require(reader.isOpen(), "the backward reader opens a readable file");
-    QByteArrayList seen;
-    for (const qint64 byteCount : byteCounts) {
-        reader.setTail(byteCount);
-        while (const std::optional<QByteArrayView> line = reader.next())
-            seen.append(line->toByteArray());
-        require(reader.intact(), "a file that does not change reads intact");
-        const std::optional<TestSupport::Tail> tail = TestSupport::tailLines(path, byteCount);
-        require(tail && seen.size() == tail->lines.size(), "the backward reader yields as many lines as tailLines");
-        for (qsizetype i = 0; i < seen.size(); ++i)
-            require(seen.at(i) == tail->lines.at(tail->lines.size() - 1 - i), "the backward reader yields tailLines' lines newest first");
-        if (reader.complete())
-            break;
     }
 }
 
@@ -71,10 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             return 0;
         file.write(reinterpret_cast<const char *>(data), static_cast<qint64>(size));
     }
-
-    for (const qint64 byteCount : { qint64(0), qint64(1), qint64(7), qint64(64), qint64(4096) })
-        checkBackwardReader(path, 5, { byteCount });
-    checkBackwardReader(path, 3, { 1, 7, 64, 4096, Journal::tailSizes[0] });
 
     const Journal::Reading claude = Journal::claude(path);
     require(!claude.window, "a Claude reading has no window");

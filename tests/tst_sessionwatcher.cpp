@@ -17,6 +17,8 @@
 using namespace Qt::StringLiterals;
 using namespace TestSupport;
 
+Q_DECLARE_METATYPE(Journal::Reading)
+
 namespace
 {
 const QDateTime epoch = QDateTime(QDate(2026, 11, 22), QTime(10, 0), Qt::UTC);
@@ -125,44 +127,37 @@ private Q_SLOTS:
         QCOMPARE(s.pass(0).size(), 0);
     }
 
+    // Named against their age, so that the 12 most recent are not simply the first 12 found.
     void listLimitKeepsTheMostRecent()
     {
         for (int i = 0; i < 15; ++i)
-            writeLog(u".claude/projects/-a-b/s%1.jsonl"_s.arg(i, 2, 10, QChar(u'0')), claudeTokens(1'000), i * minute);
+            writeLog(u".claude/projects/-a-b/s%1.jsonl"_s.arg(i, 2, 10, QChar(u'0')), claudeTokens(1'000), (14 - i) * minute);
         const QList<Session> sessions = scan().pass(0);
         QCOMPARE(sessions.size(), 12);
         for (int i = 0; i < 12; ++i)
-            QCOMPARE(QFileInfo(sessions[i].id).fileName(), u"s%1.jsonl"_s.arg(i, 2, 10, QChar(u'0')));
+            QCOMPARE(QFileInfo(sessions[i].id).fileName(), u"s%1.jsonl"_s.arg(14 - i, 2, 10, QChar(u'0')));
     }
 
     void windowRules_data()
     {
-        QTest::addColumn<QString>("model"); // none for Codex
-        QTest::addColumn<qint64>("tokens");
-        QTest::addColumn<qint64>("statedWindow"); // Codex only; 0 for none
+        QTest::addColumn<bool>("codex");
+        QTest::addColumn<Journal::Reading>("reading");
         QTest::addColumn<qint64>("bedtime");
         QTest::addColumn<qint64>("window");
-        const QString sonnet = u"claude-sonnet-4-5"_s, opus = u"claude-opus-4-7"_s;
-        QTest::addRow("tokens past the model window raise it to one million") << sonnet << qint64(250'000) << qint64(0) << qint64(0) << qint64(1'000'000);
-        QTest::addRow("a negative bedtime is none, and raises nothing") << sonnet << qint64(250'000) << qint64(0) << qint64(-5) << qint64(200'000);
-        QTest::addRow("a bedtime is never raised") << opus << qint64(450'000) << qint64(0) << qint64(400'000) << qint64(400'000);
-        QTest::addRow("Codex without a stated window") << QString() << qint64(129'200) << qint64(0) << qint64(0) << qint64(258'400);
-        QTest::addRow("Codex past its stated window is raised") << QString() << qint64(300'000) << qint64(272'000) << qint64(0) << qint64(1'000'000);
+        const QString sonnet = u"claude-sonnet-4-5"_s;
+        const auto claude = [](qint64 tokens, const QString &model) { return Journal::Reading { tokens, {}, model, {} }; };
+        QTest::addRow("tokens past the model window raise it to one million") << false << claude(250'000, sonnet) << qint64(0) << qint64(1'000'000);
+        QTest::addRow("a negative bedtime is none, and raises nothing") << false << claude(250'000, sonnet) << qint64(-5) << qint64(200'000);
+        QTest::addRow("a bedtime is never raised") << false << claude(450'000, u"claude-opus-4-7"_s) << qint64(400'000) << qint64(400'000);
+        QTest::addRow("Codex without a stated window") << true << Journal::Reading { 129'200, {}, {}, {} } << qint64(0) << qint64(258'400);
+        QTest::addRow("Codex past its stated window is raised") << true << Journal::Reading { 300'000, 272'000, {}, {} } << qint64(0) << qint64(1'000'000);
     }
     void windowRules()
     {
-        QFETCH(QString, model);
-        QFETCH(qint64, tokens);
-        QFETCH(qint64, statedWindow);
+        QFETCH(bool, codex);
+        QFETCH(Journal::Reading, reading);
         QFETCH(qint64, bedtime);
-        if (!model.isEmpty())
-            writeLog(u".claude/projects/-a-b/s.jsonl"_s, claudeTokens(tokens, model.toUtf8()), minute);
-        else
-            writeLog(u".codex/sessions/2026/s.jsonl"_s, lines({ codexMeta(), codexTokens(tokens, statedWindow ? std::optional(statedWindow) : std::nullopt) }),
-                minute);
-        const QList<Session> sessions = scan().pass(bedtime);
-        QVERIFY(sessions.size() == 1 && sessions.first().tokens == tokens);
-        QTEST(sessions.first().window, "window");
+        QTEST(SessionScan::effectiveWindow(codex ? Provider::codex : Provider::claude, reading, bedtime), "window");
     }
 
     void project_data()

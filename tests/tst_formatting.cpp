@@ -21,7 +21,6 @@ private Q_SLOTS:
         QTest::addRow("thousands round the half away from zero") << qint64(1'500) << u"2K"_s;
         QTest::addRow("just below a million stays in K") << qint64(999'999) << u"1000K"_s;
         QTest::addRow("whole millions have no decimal") << qint64(1'000'000) << u"1M"_s;
-        QTest::addRow("decimal rounds up") << qint64(1'260'000) << u"1.3M"_s;
         QTest::addRow("an exact tie rounds to even as printf does") << qint64(1'250'000) << u"1.2M"_s;
         QTest::addRow("rounds up to the next whole with .0") << qint64(1'960'000) << u"2.0M"_s;
         QTest::addRow("largest count does not overflow") << std::numeric_limits<qint64>::max() << u"9223372036854.8M"_s;
@@ -43,8 +42,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         const QDate tuesday(2024, 3, 12);
         QTest::addRow("today shows the time only") << QDateTime(tuesday, QTime(8, 7)) << QDateTime(tuesday, QTime(17, 30)) << u"08:07"_s;
-        QTest::addRow("yesterday shows the weekday") << QDateTime(tuesday, QTime(8, 7)) << QDateTime(tuesday.addDays(1), QTime(8, 7)) << u"Tue 08:07"_s;
-        QTest::addRow("a minute before midnight is another day")
+        QTest::addRow("a minute before midnight is another day, shown with its weekday")
             << QDateTime(tuesday, QTime(23, 59)) << QDateTime(tuesday.addDays(1), QTime(0, 0, 30)) << u"Tue 23:59"_s;
         QTest::addRow("a time given in UTC is shown in local time")
             << QDateTime(tuesday, QTime(8, 7)).toUTC() << QDateTime(tuesday, QTime(12, 0)) << u"08:07"_s;

@@ -107,8 +107,6 @@ private Q_SLOTS:
         QTest::addRow("no reply yet") << std::optional<qint64> {} << qint64(200'000) << 10 << u"No reply yet \u00B7 started 09:05 \u00B7 now"_s;
         QTest::addRow("tokens of the window") << std::optional<qint64> { 46'203 } << qint64(200'000) << 180
                                               << u"46K of 200K \u00B7 started 09:05 \u00B7 3m ago"_s;
-        QTest::addRow("a million-token window") << std::optional<qint64> { 1'260'000 } << qint64(2'000'000) << 7'200
-                                                << u"1.3M of 2M \u00B7 started 09:05 \u00B7 2h ago"_s;
     }
 
     void caption()

@@ -26,11 +26,8 @@ private Q_SLOTS:
         QTest::addRow("negative tokens read as empty") << OptionalCount(-50'000) << qint64(200'000) << 0 << 0;
         QTest::addRow("14.9995 percent truncates to 14") << OptionalCount(29'999) << qint64(200'000) << 14 << 0;
         QTest::addRow("15 percent is tier 1") << OptionalCount(30'000) << qint64(200'000) << 15 << 1;
-        QTest::addRow("59.9995 percent is still tier 3") << OptionalCount(119'999) << qint64(200'000) << 59 << 3;
-        QTest::addRow("60 percent is tier 4") << OptionalCount(120'000) << qint64(200'000) << 60 << 4;
         QTest::addRow("94 percent is still tier 5") << OptionalCount(189'999) << qint64(200'000) << 94 << 5;
         QTest::addRow("95 percent is bedtime") << OptionalCount(190'000) << qint64(200'000) << 95 << 6;
-        QTest::addRow("a bedtime window measures the same count") << OptionalCount(190'000) << qint64(1'000'000) << 19 << 1;
         QTest::addRow("over the window caps at 100") << OptionalCount(250'000) << qint64(200'000) << 100 << 6;
         QTest::addRow("largest count in the largest window") << OptionalCount(max) << max << 100 << 6;
     }

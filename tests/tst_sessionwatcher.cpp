@@ -10,7 +10,6 @@
 
 #include <atomic>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,7 +62,6 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("ageMs");
         QTest::addColumn<bool>("candidate");
         const QString p = u".claude/projects/-Users-a-shop/"_s;
-        QTest::addRow("a recent log") << p + u"a.jsonl"_s << u"file"_s << 5 * minute << true;
         QTest::addRow("a Codex log deep below its folder") << u".codex/sessions/2026/11/22/r.jsonl"_s << u"file"_s << 5 * minute << true;
         QTest::addRow("modified 24 h 1 s ago") << p + u"a.jsonl"_s << u"file"_s << 24 * hour + 1'000 << false;
         QTest::addRow("extension json") << p + u"a.json"_s << u"file"_s << minute << false;
@@ -230,10 +228,9 @@ private Q_SLOTS:
         QCOMPARE(::mkdir(folder.constData(), 0700), 0);
         const QList<QByteArray> names { folder + "/ses\xff\xfe\x31.jsonl", folder + "/ses\xfe\xff\x31.jsonl" };
         for (qsizetype i = 0; i < names.size(); ++i) {
-            const int fd = ::open(names.at(i).constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-            const QByteArray bytes = claudeTokens(1'000 * (i + 1), "claude-sonnet-4-5", "") + '\n';
-            const timespec times[2] = { { 0, UTIME_OMIT }, { epoch.toSecsSinceEpoch() - 60, 0 } };
-            QVERIFY(::write(fd, bytes.constData(), size_t(bytes.size())) == bytes.size() && ::futimens(fd, times) == 0 && ::close(fd) == 0);
+            // Written under a plain name, then given its own: Qt's file classes take names as text.
+            const QString plain = writeLog(u"plain.jsonl"_s, claudeTokens(1'000 * (i + 1), "claude-sonnet-4-5", ""), minute);
+            QCOMPARE(::rename(QFile::encodeName(plain).constData(), names.at(i).constData()), 0);
         }
         QList<Session> sessions = scan().pass(0);
         QCOMPARE(sessions.size(), 2);

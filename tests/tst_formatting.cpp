@@ -10,7 +10,11 @@ class TestFormatting : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
+    void initTestCase()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        qputenv("TZ", "JST-9"); // any zone but UTC, or a time shown in UTC could not be told from local time
+    }
 
     void shortTokens_data()
     {

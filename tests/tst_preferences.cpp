@@ -127,7 +127,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("entry");
         QTest::addColumn<bool>("enabled");
-        QTest::addRow("ours") << QByteArray("[Desktop Entry]\nType=Application\nName=Yuzuha\nExec=yuzuha\n") << true;
         QTest::addRow("ours with a quoted path") << QByteArray("[Desktop Entry]\nType=Application\nExec=\"/home/a b/bin/yuzuha\" --x\n") << true;
         QTest::addRow("hidden by the user") << QByteArray("[Desktop Entry]\nType=Application\nExec=yuzuha\nHidden=true\n") << false;
         QTest::addRow("switched off in GNOME") << QByteArray("[Desktop Entry]\nType=Application\nExec=yuzuha\nX-GNOME-Autostart-enabled=false\n") << false;

@@ -199,7 +199,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<OptionalText>("cwd");
-        QTest::addRow("the session record's cwd") << lines({ meta, codexTokens(1) }) << OptionalText(u"/w/codex"_s);
         QTest::addRow("UTF-8 is decoded") << R"({"cwd":"/w/日本"})"_ba << OptionalText(u"/w/日本"_s);
         QTest::addRow("invalid UTF-8 is absent") << "{\"cwd\":\"/w/\xff\xfe\"}"_ba << OptionalText();
         QTest::addRow("the value across the head's end") << filler(Journal::headSize - 10) + R"("cwd":"/w/late")" << OptionalText();

@@ -97,25 +97,13 @@ private Q_SLOTS:
             QCOMPARE(last.data(SessionListModel::ProjectRole).toString(), before.last().project);
     }
 
-    void caption_data()
-    {
-        QTest::addColumn<std::optional<qint64>>("tokens");
-        QTest::addColumn<qint64>("window");
-        QTest::addColumn<int>("secondsAgo");
-        QTest::addColumn<QString>("expected");
-
-        QTest::addRow("no reply yet") << std::optional<qint64> {} << qint64(200'000) << 10 << u"No reply yet \u00B7 started 09:05 \u00B7 now"_s;
-        QTest::addRow("tokens of the window") << std::optional<qint64> { 46'203 } << qint64(200'000) << 180
-                                              << u"46K of 200K \u00B7 started 09:05 \u00B7 3m ago"_s;
-    }
-
     void caption()
     {
-        QFETCH(std::optional<qint64>, tokens);
-        QFETCH(qint64, window);
-        QFETCH(int, secondsAgo);
-        const Session s { u"/x.jsonl"_s, Provider::codex, u"x"_s, tokens, window, QDateTime(now.date(), QTime(9, 5)), now.addSecs(-secondsAgo) };
-        QTEST(SessionListModel::caption(s, now), "expected");
+        const auto startedAt905 = [](std::optional<qint64> tokens, int secondsAgo) {
+            return Session { u"/x.jsonl"_s, Provider::codex, u"x"_s, tokens, 200'000, QDateTime(now.date(), QTime(9, 5)), now.addSecs(-secondsAgo) };
+        };
+        QCOMPARE(SessionListModel::caption(startedAt905(std::nullopt, 10), now), u"No reply yet \u00B7 started 09:05 \u00B7 now"_s);
+        QCOMPARE(SessionListModel::caption(startedAt905(46'203, 180), now), u"46K of 200K \u00B7 started 09:05 \u00B7 3m ago"_s);
     }
 };
 

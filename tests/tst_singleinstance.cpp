@@ -55,21 +55,6 @@ bool becomeNobody()
 {
     return ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
 }
-
-/// Connects to `path` and says "reopen"; 0 when the message went out.
-int sayReopen(const QString &path)
-{
-    const sockaddr_un to = address(path);
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    if (fd < 0 || ::connect(fd, reinterpret_cast<const sockaddr *>(&to), sizeof to) != 0)
-        return 10;
-    if (::write(fd, "reopen\n", 7) != 7)
-        return 11;
-    char byte;
-    (void)::read(fd, &byte, 1); // until the server hangs up
-    return 0;
-}
-
 } // namespace
 
 class TestSingleInstance : public QObject
@@ -176,7 +161,19 @@ private Q_SLOTS:
         if (!strangerServes) {
             QVERIFY(her.claim());
             QCOMPARE(::chmod(QFile::encodeName(her.socketPath()).constData(), 0666), 0);
-            QCOMPARE(finish(startChild([&] { return becomeNobody() ? sayReopen(her.socketPath()) : 20; })), 0);
+            const sockaddr_un at = address(her.socketPath());
+            // The stranger connects and says "reopen"; it exits 0 when the message went out.
+            const pid_t stranger = startChild([&] {
+                if (!becomeNobody())
+                    return 20;
+                const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+                if (::connect(fd, reinterpret_cast<const sockaddr *>(&at), sizeof at) != 0 || ::write(fd, "reopen\n", 7) != 7)
+                    return 10;
+                char byte;
+                (void)::read(fd, &byte, 1); // until she hangs up
+                return 0;
+            });
+            QCOMPARE(finish(stranger), 0);
             QTest::qWait(100);
             QCOMPARE(reopened.count(), 0);
             QVERIFY(her.isListening());

@@ -323,22 +323,6 @@ private Q_SLOTS:
         QCOMPARE(reader.next().has_value(), false);
     }
 
-    void claudeWindow_data()
-    {
-        QTest::addColumn<OptionalText>("model");
-        QTest::addColumn<qint64>("window");
-        QTest::addRow("no model") << OptionalText() << qint64(1'000'000);
-        QTest::addRow("opus 4.7") << OptionalText(u"claude-opus-4-7"_s) << qint64(1'000'000);
-        QTest::addRow("a 1M marker") << OptionalText(u"claude-sonnet-4-5[1m]"_s) << qint64(1'000'000);
-        QTest::addRow("sonnet 4.5") << OptionalText(u"claude-sonnet-4-5"_s) << qint64(200'000);
-        QTest::addRow("an upper-case marker is not the 1M marker") << OptionalText(u"claude-sonnet-4-5[1M]"_s) << qint64(200'000);
-    }
-    void claudeWindow()
-    {
-        QFETCH(OptionalText, model);
-        QTEST(Journal::claudeWindow(model), "window");
-    }
-
 private:
     QString write(const QByteArray &content) { return writeFile(m_dir.filePath(u"log-%1.jsonl"_s.arg(++m_files)), content); }
 

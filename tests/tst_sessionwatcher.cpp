@@ -136,6 +136,7 @@ private Q_SLOTS:
             QCOMPARE(QFileInfo(sessions[i].id).fileName(), u"s%1.jsonl"_s.arg(14 - i, 2, 10, QChar(u'0')));
     }
 
+    // The window a session is counted against: the model's, raised or replaced by a bedtime.
     void windowRules_data()
     {
         QTest::addColumn<bool>("codex");
@@ -143,7 +144,11 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("bedtime");
         QTest::addColumn<qint64>("window");
         const QString sonnet = u"claude-sonnet-4-5"_s;
-        const auto claude = [](qint64 tokens, const QString &model) { return Journal::Reading { tokens, {}, model, {} }; };
+        const auto claude = [](qint64 tokens, std::optional<QString> model) { return Journal::Reading { tokens, {}, std::move(model), {} }; };
+        QTest::addRow("Claude without a model") << false << claude(1'000, std::nullopt) << qint64(0) << qint64(1'000'000);
+        QTest::addRow("opus 4.7") << false << claude(1'000, u"claude-opus-4-7"_s) << qint64(0) << qint64(1'000'000);
+        QTest::addRow("a 1M marker") << false << claude(1'000, u"claude-sonnet-4-5[1m]"_s) << qint64(0) << qint64(1'000'000);
+        QTest::addRow("an upper-case marker is not the 1M marker") << false << claude(1'000, u"claude-sonnet-4-5[1M]"_s) << qint64(0) << qint64(200'000);
         QTest::addRow("tokens past the model window raise it to one million") << false << claude(250'000, sonnet) << qint64(0) << qint64(1'000'000);
         QTest::addRow("a negative bedtime is none, and raises nothing") << false << claude(250'000, sonnet) << qint64(-5) << qint64(200'000);
         QTest::addRow("a bedtime is never raised") << false << claude(450'000, u"claude-opus-4-7"_s) << qint64(400'000) << qint64(400'000);

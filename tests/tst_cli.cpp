@@ -69,14 +69,6 @@ class TestCli : public QObject
         return environment;
     }
     Run books(const QStringList &arguments, const QByteArray &input = {}) { return run(QStringLiteral(YUZUHA_BOOKS), arguments, input, environment()); }
-    // Three sessions: a fuller Claude one 2 min old, a Codex one just now, an emptier Claude one 10 min old.
-    void writeThree()
-    {
-        writeLog(u".claude/projects/-Users-a-shop/full.jsonl"_s, claudeTokens(160'000, "m", "/Users/a/shop"), 120);
-        writeLog(u".codex/sessions/2026/11/22/r.jsonl"_s, lines({ codexMeta("/srv/api"), codexTokens(25'840, {}) }), 5);
-        writeLog(u".claude/projects/-Users-a-web/calm.jsonl"_s, claudeTokens(20'000, "m", "/Users/a/web"), 600);
-    }
-
 private Q_SLOTS:
     void initTestCase()
     {
@@ -113,7 +105,10 @@ private Q_SLOTS:
     // Latest first, in the table and in JSON; the table marks the session she follows, JSON names it.
     void booksListTheSessions()
     {
-        writeThree();
+        // A fuller Claude session 2 min old, a Codex one just now, an emptier Claude one 10 min old.
+        writeLog(u".claude/projects/-Users-a-shop/full.jsonl"_s, claudeTokens(160'000, "m", "/Users/a/shop"), 120);
+        writeLog(u".codex/sessions/2026/11/22/r.jsonl"_s, lines({ codexMeta("/srv/api"), codexTokens(25'840, {}) }), 5);
+        writeLog(u".claude/projects/-Users-a-web/calm.jsonl"_s, claudeTokens(20'000, "m", "/Users/a/web"), 600);
         const Run r = books({ u"--home"_s, home() });
         QCOMPARE(r.exitCode, 0);
         const QStringList lines = QString::fromUtf8(r.out).split(u'\n', Qt::SkipEmptyParts);

@@ -26,7 +26,6 @@ private Q_SLOTS:
         QTest::addRow("blind hides the session") << Mood::blind << at(150'000) << 4 << u"Mienai..."_s << u"--%"_s << false;
         QTest::addRow("working at tier 3, percent truncated") << Mood::working << at(92'999) << 3 << u"Kata ga koru..."_s << u"46%"_s << false;
         QTest::addRow("coral from tier 5") << Mood::working << at(160'000) << 5 << u"Nemui... demo ganbaru."_s << u"80%"_s << true;
-        QTest::addRow("beyond the window caps at 100") << Mood::working << at(250'000) << 6 << u"Kyou wa koko made. Oyasumi!"_s << u"100%"_s << true;
     }
     void lineAndTag()
     {

@@ -64,16 +64,13 @@ private Q_SLOTS:
         const QString indent = u"\u2003\u2003"_s;
         const QString apiItem = indent + u"api-server  42%  (84K)"_s, webItem = indent + u"web  95%  (190K) [ ]"_s;
 
-        QTest::addRow("nothing focused, no sessions") << State { std::nullopt, {}, std::nullopt, {}, true } << menuOf(calm, { u"No sessions today (off)"_s });
+        QTest::addRow("no sessions, a folder she cannot read") << State { std::nullopt, {}, std::nullopt, { u"~/.codex/sessions"_s }, true }
+                                                               << menuOf(calm, { u"No sessions today (off)"_s, u"Cannot read ~/.codex/sessions (off)"_s });
         QTest::addRow("following the fullest") << State { full, { full, api, scratch }, std::nullopt, {}, true }
                                                << menuOf(u"Kyou wa koko made. Oyasumi!  That's it for today. Good night!"_s,
                                                       { u"Follow the Fullest [x]"_s, webItem, apiItem + u" [ ]"_s, indent + u"scratch  0%  (fresh) [ ]"_s });
         QTest::addRow("a pinned session") << State { api, { full, api }, api.id, {}, true }
                                           << menuOf(tired, { u"Follow the Fullest [ ]"_s, webItem, apiItem + u" [x]"_s });
-        QTest::addRow("a pin on a session no longer listed checks nothing")
-            << State { api, { api }, u"/logs/gone.jsonl"_s, {}, true } << menuOf(tired, { u"Follow the Fullest [ ]"_s, apiItem + u" [ ]"_s });
-        QTest::addRow("a folder she cannot read is named") << State { std::nullopt, {}, std::nullopt, { u"~/.codex/sessions"_s }, true }
-                                                           << menuOf(calm, { u"No sessions today (off)"_s, u"Cannot read ~/.codex/sessions (off)"_s });
         // A project name is the folder's name; an ampersand in it must print, not underline the next letter.
         const Session rnd = session(u"R&D"_s, 84'000);
         QTest::addRow("an ampersand in a project") << State { rnd, { rnd }, std::nullopt, {}, true }
@@ -89,7 +86,7 @@ private Q_SLOTS:
         QTEST(describe(menu), "expected");
     }
 
-    // A long project name is cut in the middle, so one session does not stretch the menu; a short one stays whole.
+    // A long project name is cut in the middle, so one session does not stretch the menu.
     void longProjectIsCutInTheMiddle()
     {
         const QString name = u"quarterly-reporting-pipeline-migration-for-the-finance-team-2026-edition"_s;
@@ -99,45 +96,30 @@ private Q_SLOTS:
         QVERIFY(project.contains(u'\u2026') && project.startsWith(u"quarterly"_s) && project.endsWith(u"edition"_s));
         QVERIFY(metrics.horizontalAdvance(project) <= StatusItemController::menuProjectWidth);
         QVERIFY(cut.endsWith(u"  42%  (84K)"_s));
-        QCOMPARE(StatusItemController::sessionText(session(u"api-server"_s, 84'000), metrics), u"api-server  42%  (84K)"_s);
     }
 
+    // A session's item follows it, choosing it again lets go, and Follow the Fullest drops any pin.
     void followAndUnfollow()
     {
         QTemporaryDir dir;
         SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         StatusItemController controller(&watcher, nullptr, nullptr, {});
-
         const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
-        const auto open = [&] { StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), {}, true }); };
-        const auto fullest = [&] { return controller.menu()->actions().at(2); };
-
-        open();
-        itemFor(*controller.menu(), sessions.at(1).id)->trigger();
-        QCOMPARE(watcher.pinnedID(), std::optional<QString>(sessions.at(1).id));
-
-        open();
-        QVERIFY(!fullest()->isChecked() && itemFor(*controller.menu(), sessions.at(1).id)->isChecked());
-        // Choosing the followed session again lets go of it.
-        itemFor(*controller.menu(), sessions.at(1).id)->trigger();
-        QCOMPARE(watcher.pinnedID(), std::nullopt);
-
-        open();
-        QVERIFY(fullest()->isChecked());
-        itemFor(*controller.menu(), sessions.at(0).id)->trigger();
-        open();
-        fullest()->trigger();
-        QCOMPARE(watcher.pinnedID(), std::nullopt);
+        const QString a = sessions.at(0).id, b = sessions.at(1).id;
+        // Each pick (none: Follow the Fullest) on a freshly opened menu, and the pin it leaves.
+        using Step = std::pair<QString, std::optional<QString>>;
+        for (const auto &[pick, pinned] : { Step { b, b }, Step { b, std::nullopt }, Step { a, a }, Step { {}, std::nullopt } }) {
+            StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), {}, true });
+            (pick.isEmpty() ? controller.menu()->actions().at(2) : itemFor(*controller.menu(), pick))->trigger();
+            QCOMPARE(watcher.pinnedID(), pinned);
+        }
     }
 
     void refreshFollowsTheWatcher()
     {
         QTemporaryDir dir;
         const QString log = dir.filePath(u".claude/projects/-home-u-api-server/one.jsonl"_s);
-        const auto write = [&log](qint64 tokens) {
-            return TestSupport::writeFile(log, TestSupport::claudeTokens(tokens, "m", "/home/u/api-server") + '\n', {}, QIODevice::Append);
-        };
-        QVERIFY(!write(150'000).isEmpty());
+        QVERIFY(!TestSupport::writeFile(log, TestSupport::claudeTokens(150'000, "m", "/home/u/api-server") + '\n').isEmpty());
 
         SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         StatusItemController controller(&watcher, nullptr, nullptr, {});
@@ -149,11 +131,7 @@ private Q_SLOTS:
         QVERIFY(published.wait(5'000));
         controller.refresh();
         QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 75% of the context window"_s);
-        const qint64 shown = controller.trayIcon()->icon().cacheKey();
-        QVERIFY(shown != emptyIcon);
-        // Another refresh at the same percentage leaves the icon alone.
-        controller.refresh();
-        QCOMPARE(controller.trayIcon()->icon().cacheKey(), shown);
+        QVERIFY(controller.trayIcon()->icon().cacheKey() != emptyIcon);
     }
 };
 

@@ -1,4 +1,3 @@
-#include "dimensions.h"
 #include "petcontroller.h"
 #include "petmodel.h"
 #include "petpanel.h"
@@ -22,20 +21,13 @@ namespace
 {
 using TestSupport::session;
 
-// An opaque bitmap the size of her sprite.
-QImage fakeSprite(int, int pixelHeight)
-{
-    QImage image(Dimensions::spriteWidth(pixelHeight), pixelHeight, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::black);
-    return image;
-}
-
 // One controller over a scratch settings file, shown as at start, with the session she shows and the grants in
 // the test's hands.
 struct Fixture {
     QTemporaryDir dir;
     Preferences prefs { std::make_unique<QSettings>(dir.filePath(u"Yuzuha.conf"_s), QSettings::IniFormat) };
-    ViewEngine engine { &prefs, nullptr, nullptr };
+    Sprites::Store sprites { u":/"_s, [this] { return prefs.outfit(); }, [] { return QDate::currentDate(); } };
+    ViewEngine engine { &prefs, nullptr, &sprites };
     std::optional<Session> focused;
     bool outOfReach = false;
     std::unique_ptr<PetController> controller;
@@ -49,8 +41,8 @@ struct Fixture {
         inputs.focused = [this] { return focused; };
         inputs.outOfReach = [this] { return outOfReach; };
         inputs.reduceMotion = reduceMotion;
+        inputs.sprites = &sprites;
         controller = std::make_unique<PetController>(std::move(inputs), &engine);
-        controller->stage()->setImageSource(fakeSprite);
         controller->showOnLaunch();
     }
     QString storedOrigin() const { return prefs.defaults().value(u"petOrigin"_s).toString(); }

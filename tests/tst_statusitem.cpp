@@ -98,40 +98,34 @@ private Q_SLOTS:
         QVERIFY(cut.endsWith(u"  42%  (84K)"_s));
     }
 
-    // A session's item follows it, choosing it again lets go, and Follow the Fullest drops any pin.
-    void followAndUnfollow()
+    // Over a real watcher: the tooltip and icon show the focused session; in the menu a session's item follows
+    // it, choosing it again lets go, and Follow the Fullest drops any pin.
+    void followsTheWatcher()
     {
         QTemporaryDir dir;
-        SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
-        StatusItemController controller(&watcher, nullptr, nullptr, {});
-        const QList<Session> sessions { session(u"a"_s, 10'000), session(u"b"_s, 20'000) };
-        const QString a = sessions.at(0).id, b = sessions.at(1).id;
-        // Each pick (none: Follow the Fullest) on a freshly opened menu, and the pin it leaves.
-        using Step = std::pair<QString, std::optional<QString>>;
-        for (const auto &[pick, pinned] : { Step { b, b }, Step { b, std::nullopt }, Step { a, a }, Step { {}, std::nullopt } }) {
-            StatusItemController::populate(controller.menu(), State { std::nullopt, sessions, watcher.pinnedID(), {}, true });
-            (pick.isEmpty() ? controller.menu()->actions().at(2) : itemFor(*controller.menu(), pick))->trigger();
-            QCOMPARE(watcher.pinnedID(), pinned);
-        }
-    }
-
-    void refreshFollowsTheWatcher()
-    {
-        QTemporaryDir dir;
-        const QString log = dir.filePath(u".claude/projects/-home-u-api-server/one.jsonl"_s);
-        QVERIFY(!TestSupport::writeFile(log, TestSupport::claudeTokens(150'000, "m", "/home/u/api-server") + '\n').isEmpty());
+        const QString api = dir.filePath(u".claude/projects/-home-u-api-server/one.jsonl"_s);
+        const QString web = dir.filePath(u".claude/projects/-home-u-web/two.jsonl"_s);
+        QVERIFY(!TestSupport::writeFile(api, TestSupport::claudeTokens(150'000, "m", "/home/u/api-server") + '\n').isEmpty());
+        QVERIFY(!TestSupport::writeFile(web, TestSupport::claudeTokens(20'000, "m", "/home/u/web") + '\n').isEmpty());
 
         SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         StatusItemController controller(&watcher, nullptr, nullptr, {});
         QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha"_s);
         const qint64 emptyIcon = controller.trayIcon()->icon().cacheKey();
-
         QSignalSpy published(&watcher, &SessionWatcher::sessionsChanged);
         watcher.start();
         QVERIFY(published.wait(5'000));
         controller.refresh();
         QCOMPARE(controller.trayIcon()->toolTip(), u"Yuzuha: api-server, 75% of the context window"_s);
         QVERIFY(controller.trayIcon()->icon().cacheKey() != emptyIcon);
+
+        // Each pick (none: Follow the Fullest) on a freshly opened menu, and the pin it leaves.
+        using Step = std::pair<QString, std::optional<QString>>;
+        for (const auto &[pick, pinned] : { Step { web, web }, Step { web, std::nullopt }, Step { api, api }, Step { {}, std::nullopt } }) {
+            Q_EMIT controller.menu()->aboutToShow();
+            (pick.isEmpty() ? controller.menu()->actions().at(2) : itemFor(*controller.menu(), pick))->trigger();
+            QCOMPARE(watcher.pinnedID(), pinned);
+        }
     }
 };
 

@@ -2,7 +2,6 @@
 
 #include "qmlregistration.h"
 #include "sessionwatcher.h"
-#include "testsupport.h"
 #include "windowmanager.h"
 
 #include <QAccessible>

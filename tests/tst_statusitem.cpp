@@ -1,6 +1,5 @@
 #include "statusitemcontroller.h"
 #include "testsupport.h"
-#include "theme.h"
 
 #include <QMenu>
 #include <QSignalSpy>

@@ -68,7 +68,7 @@ private Q_SLOTS:
     {
         Scene scene;
         const QRectF before = scene.stage->spriteRect();
-        // Centred and snapped to whole pixels: 135 − 46.5 rounds to 89.
+        // Centred in the panel (135 − 94 / 2), between the bubble band above and the tag band below.
         QCOMPARE(before, QRectF(88, 92, 94, 250));
         scene.stage->setImageSource([](int, int) { return QImage(); });
         scene.stage->setTier(4);

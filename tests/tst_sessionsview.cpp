@@ -6,7 +6,6 @@
 
 #include <QQuickView>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -18,8 +17,6 @@ class SessionsViewTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
     void edge_data()
     {
         QTest::addColumn<QRect>("panel");

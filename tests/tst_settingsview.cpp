@@ -31,11 +31,10 @@ private Q_SLOTS:
             [this](const QString &path) { return m_unreadable.contains(path) ? FleetAccess::State::unreadable : FleetAccess::State::missing; });
         m_app->windows()->showSettings();
         m_view = m_app->windows()->settings();
-        QVERIFY(m_view);
+        QVERIFY(m_view && QTest::qWaitForWindowExposed(m_view));
         QCOMPARE(m_view->status(), QQuickView::Ready);
     }
     void cleanupTestCase() { m_app.reset(); }
-    void init() { QVERIFY(QTest::qWaitForWindowExposed(m_view)); }
 
     void switchWritesItsSetting_data()
     {

@@ -3,7 +3,6 @@
 
 #include <QMenu>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QTest>
@@ -52,7 +51,6 @@ class StatusItemTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void menu_data()
     {
         QTest::addColumn<State>("state");

@@ -5,7 +5,6 @@
 
 #include "application.h"
 
-#include <QFile>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QStandardPaths>

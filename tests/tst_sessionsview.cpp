@@ -1,101 +1,26 @@
 #include "dimensions.h"
 #include "qmlregistration.h"
 #include "quickdriver.h"
-#include "sessionlistmodel.h"
 #include "sessionspopover.h"
 #include "testsupport.h"
 
-#include <QQmlEngine>
 #include <QQuickView>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 using QuickDriver::click;
 using QuickDriver::find;
-using TestSupport::session;
-
-namespace
-{
-Session numbered(int n, std::optional<qint64> tokens = 84'000)
-{
-    return session(u"project-%1"_s.arg(n), tokens, 200'000, QDateTime::currentDateTime().addSecs(-60 * n));
-}
-
-// The view as the popover hosts it, over a model the test feeds and folders the test opens or shuts.
-struct Hosted {
-    bool codexShut = false;
-    FleetAccess access { u"/h"_s,
-        [this](const QString &path) { return codexShut && path == u"/h/.codex/sessions"_s ? FleetAccess::State::unreadable : FleetAccess::State::readable; } };
-    ViewEngine engine { nullptr, &access, nullptr };
-    SessionListModel model;
-    QQuickView view { &engine, nullptr };
-
-    Hosted()
-    {
-        view.setResizeMode(QQuickView::SizeViewToRootObject);
-        view.setInitialProperties({ { u"sessions"_s, QVariant::fromValue(&model) }, { u"popover"_s, QVariant::fromValue<SessionsPopover *>(nullptr) } });
-        view.setSource(QUrl(u"qrc:/qt/qml/Yuzuha/SessionsView.qml"_s));
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-    }
-    QQuickItem *find(const QString &name) const { return QuickDriver::find(view.rootObject(), name); }
-};
-} // namespace
 
 class SessionsViewTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
-    void row_data()
-    {
-        QTest::addColumn<Session>("session");
-        QTest::addColumn<bool>("pinned");
-        QTest::addColumn<QString>("percent");
-        QTest::addColumn<QString>("badge");
-        Session codex = numbered(3, std::nullopt);
-        codex.provider = Provider::codex;
-        QTest::addRow("a Claude session") << numbered(3) << false << u"42%"_s << u"CLAUDE"_s;
-        QTest::addRow("a Codex session without a reply") << codex << false << u"0%"_s << u"CODEX"_s;
-        QTest::addRow("pinned and followed") << numbered(3) << true << u"42%"_s << u"CLAUDE"_s;
-    }
-    void row()
-    {
-        QFETCH(Session, session);
-        QFETCH(bool, pinned);
-        Hosted hosted;
-        const std::optional<QString> pin = pinned ? std::optional(session.id) : std::nullopt;
-        hosted.model.update({ session }, pin, pin);
-
-        QTRY_VERIFY(hosted.find(u"project"_s));
-        QCOMPARE(hosted.find(u"project"_s)->property("text").toString(), session.project);
-        QTEST(hosted.find(u"meterPercent"_s)->property("text").toString(), "percent");
-        QTEST(hosted.find(u"providerBadge"_s)->childItems().first()->property("text").toString(), "badge");
-        QCOMPARE(hosted.find(u"pinMark"_s) != nullptr, pinned);
-        QQuickItem *row = hosted.find(u"sessionRow"_s);
-        QCOMPARE(row->property("followed").toBool(), pinned);
-        QCOMPARE(row->property("toolTipText").toString(), pinned ? u"Click to stop following this session"_s : u"Click to make her follow this session"_s);
-    }
-
-    void namesTheFolderSheCannotRead()
-    {
-        Hosted hosted;
-        QVERIFY(!hosted.find(u"unreadableText"_s));
-        hosted.codexShut = true;
-        hosted.access.check();
-        const QQuickItem *notice = hosted.find(u"unreadableText"_s);
-        QVERIFY(notice && notice->property("text").toString().startsWith(u"She cannot read ~/.codex/sessions:"_s));
-    }
-
     void edge_data()
     {
         QTest::addColumn<QRect>("panel");
         QTest::addColumn<Qt::Edge>("edge");
-        QTest::addRow("right half opens to her left") << QRect(1000, 400, 270, 372) << Qt::LeftEdge;
         QTest::addRow("exactly centred opens to her right") << QRect(505, 400, 270, 372) << Qt::RightEdge;
         QTest::addRow("half a pixel right of centre opens to her left") << QRect(505, 400, 271, 372) << Qt::LeftEdge;
     }
@@ -130,48 +55,65 @@ private Q_SLOTS:
         QTEST(SessionsPopover::placement(sprite, band, size, edge, QRect(0, 0, 1280, 800)), "expected");
     }
 
-    void popoverPinsThroughTheWatcher()
+    // Over a real watcher: each row shows its own session, a click on a row follows it, a second click lets
+    // go, and so does the pill; a folder she cannot read is named; Escape closes it.
+    void popoverOverTheWatcher()
     {
-        // Over a real watcher: a click on a row follows it, a second click lets go, and so does the pill.
         QTemporaryDir dir;
         const QString shopLog = dir.filePath(u".claude/projects/-home-u/one.jsonl"_s);
         TestSupport::writeFile(shopLog, TestSupport::claudeTokens(60'000, "m", "/home/u/shop") + '\n');
         TestSupport::writeFile(dir.filePath(u".claude/projects/-home-u/two.jsonl"_s), TestSupport::claudeTokens(150'000, "m", "/home/u/web") + '\n');
+        const QByteArray codex = TestSupport::lines({ TestSupport::codexMeta("/home/u/cli"), TestSupport::codexTokens(25'840) });
+        TestSupport::writeFile(dir.filePath(u".codex/sessions/2026/11/22/r.jsonl"_s), codex);
         SessionWatcher watcher(TestSupport::watcherConfig(dir.path()));
         QSignalSpy published(&watcher, &SessionWatcher::sessionsChanged);
         watcher.start();
         QVERIFY(published.wait(5'000));
 
-        FleetAccess access(dir.path());
+        bool codexShut = false;
+        FleetAccess access(dir.path(), [&](const QString &path) {
+            return codexShut && path.endsWith(u"/.codex/sessions"_s) ? FleetAccess::State::unreadable : FleetAccess::State::readable;
+        });
         ViewEngine engine(nullptr, &access, nullptr);
         SessionsPopover popover(&watcher, &engine);
         popover.toggle(nullptr, QRect(900, 300, 93, 250));
         QQuickView *window = popover.window();
         QPointer<QQuickView> guard(window);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        QCOMPARE(popover.model()->rowCount(), 2);
         const auto rowOf = [&](const QString &project) -> QQuickItem * {
             for (QQuickItem *row : QuickDriver::findAll(window->rootObject(), u"sessionRow"_s))
                 if (row->property("project").toString() == project)
                     return row;
             return nullptr;
         };
-        QQuickItem *shop = rowOf(u"shop"_s);
-        QVERIFY(shop);
-        // The fullest session is followed without a pin.
-        QVERIFY(rowOf(u"web"_s)->property("followed").toBool() && !shop->property("followed").toBool());
+        for (const auto &[project, badge, percent] :
+            { std::tuple { u"shop"_s, u"CLAUDE"_s, u"30%"_s }, { u"web"_s, u"CLAUDE"_s, u"75%"_s }, { u"cli"_s, u"CODEX"_s, u"10%"_s } }) {
+            QQuickItem *row = rowOf(project);
+            QVERIFY(row && find(row, u"project"_s)->property("text") == project);
+            QCOMPARE(find(row, u"providerBadge"_s)->childItems().first()->property("text").toString(), badge);
+            QCOMPARE(find(row, u"meterPercent"_s)->property("text").toString(), percent);
+        }
 
+        // The fullest session is followed without a pin.
+        QQuickItem *shop = rowOf(u"shop"_s);
+        QVERIFY(rowOf(u"web"_s)->property("followed").toBool() && !shop->property("followed").toBool());
         click(shop);
         QCOMPARE(watcher.pinnedID(), std::optional(shopLog));
-        QTRY_VERIFY(shop->property("pinned").toBool());
+        QTRY_VERIFY(find(shop, u"pinMark"_s));
         QVERIFY(shop->property("followed").toBool() && !rowOf(u"web"_s)->property("followed").toBool());
         click(shop);
         QCOMPARE(watcher.pinnedID(), std::nullopt);
-        QVERIFY(!shop->property("pinned").toBool());
+        QVERIFY(!find(shop, u"pinMark"_s));
         click(shop);
         QVERIFY(watcher.pinnedID());
         click(find(window->rootObject(), u"followPill"_s));
         QCOMPARE(watcher.pinnedID(), std::nullopt);
+
+        QVERIFY(!find(window->rootObject(), u"unreadableText"_s));
+        codexShut = true;
+        access.check();
+        const QQuickItem *notice = find(window->rootObject(), u"unreadableText"_s);
+        QVERIFY(notice && notice->property("text").toString().startsWith(u"She cannot read ~/.codex/sessions:"_s));
 
         // Escape closes it at once, and its window goes once it has faded out.
         QSignalSpy closed(&popover, &SessionsPopover::closed);

@@ -17,35 +17,19 @@ class WelcomeViewTest : public QObject
 
     QTemporaryDir m_config;
     std::unique_ptr<Application> m_app;
-
-    QQuickView *welcome()
-    {
-        m_app->windows()->showWelcome();
-        QQuickView *view = m_app->windows()->welcome();
-        if (view)
-            std::ignore = QTest::qWaitForWindowExposed(view);
-        return view;
-    }
-
-    // Drops the welcome window the way its own button does, so the next test builds a fresh one.
-    void forgetWelcome()
-    {
-        QPointer<QQuickView> old = m_app->windows()->welcome();
-        if (!old)
-            return;
-        m_app->windows()->finishWelcome();
-        QTRY_VERIFY(old.isNull());
-    }
+    QPointer<QQuickView> m_view;
 
 private Q_SLOTS:
-    void initTestCase()
+    // Each test starts the program over settings that have not seen the welcome, its window up.
+    void init()
     {
-        QVERIFY(m_config.isValid());
         m_app = QuickDriver::scratchApplication(m_config.path());
+        m_app->preferences()->defaults().remove(Preferences::hasSeenWelcomeKey.toString());
+        m_app->windows()->showWelcome();
+        m_view = m_app->windows()->welcome();
+        QVERIFY(m_view && QTest::qWaitForWindowExposed(m_view));
     }
-    void cleanupTestCase() { m_app.reset(); }
-    void init() { m_app->preferences()->defaults().remove(Preferences::hasSeenWelcomeKey.toString()); }
-    void cleanup() { forgetWelcome(); }
+    void cleanup() { m_app.reset(); }
 
     void closingButtonFinishesTheWelcome_data()
     {
@@ -58,29 +42,21 @@ private Q_SLOTS:
         QFETCH(bool, byKeyboard);
         Preferences *prefs = m_app->preferences();
         prefs->setPetVisible(false);
-        QPointer<QQuickView> view = welcome();
-        QVERIFY(view);
         if (byKeyboard) {
-            view->requestActivate();
-            QTest::keyClick(view.data(), Qt::Key_Return);
+            m_view->requestActivate();
+            QTest::keyClick(m_view.data(), Qt::Key_Return);
         } else {
-            click(find(view->rootObject(), u"closingButton"_s));
+            click(find(m_view->rootObject(), u"closingButton"_s));
         }
         QVERIFY(prefs->defaults().value(Preferences::hasSeenWelcomeKey.toString()).toBool() && prefs->petVisible());
-        QVERIFY(!m_app->windows()->welcome());
-        QTRY_VERIFY(view.isNull());
-        // The next welcome is a new window with a new view.
-        QQuickView *next = welcome();
-        QVERIFY(next && next->isVisible());
-        QCOMPARE(next->status(), QQuickView::Ready);
+        QTRY_VERIFY(m_view.isNull());
     }
 
     void titleBarCloseKeepsTheWelcomeForNextTime()
     {
-        QQuickView *view = welcome();
-        view->close();
+        m_view->close();
         QVERIFY(!m_app->preferences()->defaults().contains(Preferences::hasSeenWelcomeKey.toString()));
-        QCOMPARE(m_app->windows()->welcome(), view);
+        QCOMPARE(m_app->windows()->welcome(), m_view.data());
     }
 };
 

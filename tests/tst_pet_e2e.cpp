@@ -75,21 +75,22 @@ class TestPetOnX11 : public QObject
     std::unique_ptr<Application> m_app;
     PetController *m_pet = nullptr;
 
-    // A point of her sprite, in screen coordinates, inside a 3 × 3 block whose alpha is all above (or all
-    // at most) the threshold, so rounding between screen and window coordinates cannot change the answer.
+    // A point of her sprite, in screen coordinates, inside a 9 × 9 block whose alpha is all above (or all
+    // at most) the threshold, so neither rounding between screen and window coordinates nor her breathing
+    // (a device pixel up and down, with the input shape following) can change the answer.
     std::optional<QPoint> spritePoint(bool opaque) const
     {
         const PetStageView *stage = m_pet->stage();
         const QRect sprite = stage->spriteRect().toAlignedRect();
         const auto uniform = [stage, opaque](int x, int y) {
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dx = -1; dx <= 1; ++dx)
+            for (int dy = -4; dy <= 4; ++dy)
+                for (int dx = -4; dx <= 4; ++dx)
                     if (stage->isOnHer(QPointF(x + dx + 0.5, y + dy + 0.5)) != opaque)
                         return false;
             return true;
         };
-        for (int y = sprite.top() + sprite.height() / 3; y < sprite.bottom() - 1; y += 7)
-            for (int x = sprite.left() + 2; x < sprite.right() - 1; ++x)
+        for (int y = sprite.top() + sprite.height() / 3; y < sprite.bottom() - 4; y += 7)
+            for (int x = sprite.left() + 5; x < sprite.right() - 4; ++x)
                 if (uniform(x, y))
                     return m_pet->panel()->position() + QPoint(x, y);
         return std::nullopt;

@@ -79,6 +79,7 @@ Application::Application(Environment environment, QObject *parent)
     connect(pet, &PetController::updated, tray, &StatusItemController::refresh);
 
     connect(pet, &PetController::sessionsRequested, popover, [pet, popover](const QRect &anchor) { popover->toggle(pet->panel(), anchor); });
+    connect(pet, &PetController::movedTo, popover, &SessionsPopover::follow);
     connect(pet, &PetController::hidden, popover, &SessionsPopover::close);
     connect(pet, &PetController::settingsRequested, windows, &WindowManager::showSettings);
 

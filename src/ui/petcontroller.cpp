@@ -273,6 +273,7 @@ void PetController::moved()
     m_atCorner = false;
     // No clamping after a drag: she may be left mostly off screen until the next layout or display change.
     storeOrigin();
+    Q_EMIT movedTo(spriteAnchor());
 }
 
 void PetController::update()
@@ -328,7 +329,12 @@ void PetController::clicked()
     // The bubble makes way for the sessions list.
     m_announceTimer.stop();
     m_model->setAnnouncing(false);
-    Q_EMIT sessionsRequested(stage()->spriteRect().translated(panelFrame().topLeft()).toAlignedRect());
+    Q_EMIT sessionsRequested(spriteAnchor());
+}
+
+QRect PetController::spriteAnchor() const
+{
+    return stage()->spriteRect().translated(panelFrame().topLeft()).toAlignedRect();
 }
 
 void PetController::setReduceMotion(bool on)

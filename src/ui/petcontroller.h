@@ -112,6 +112,8 @@ public:
 Q_SIGNALS:
     /// A click asks for the sessions list beside her sprite, `anchor` in global coordinates.
     void sessionsRequested(const QRect &anchor);
+    /// The user dragged her; her sprite now stands at `anchor` (global coordinates).
+    void movedTo(const QRect &anchor);
     void settingsRequested();
     /// She was taken off the desktop: whatever opened beside her goes too.
     void hidden();
@@ -125,6 +127,8 @@ private:
     void watchScreen(QScreen *screen);
     void workAreaChanged();
     QRect panelFrame() const;
+    /// Her sprite's frame in global coordinates, what opens beside her points at.
+    QRect spriteAnchor() const;
 
     Inputs m_inputs;
     PetModel *m_model;

@@ -2,10 +2,11 @@
 
 #include "dimensions.h"
 #include "passthrough.h"
+#include "pointerpresses.h"
 #include "sessionlistmodel.h"
 #include "sessionwatcher.h"
 #include "theme.h"
-#include "transientwindow.h"
+#include "x11desktop.h"
 
 #include <QBitmap>
 #include <QCursor>
@@ -70,7 +71,7 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     const Qt::Edge edge = Dimensions::popoverEdge(panel ? panel->geometry() : anchor, available);
     // Translucent only where a compositor blends it; elsewhere every clear pixel would show black, so
     // the card then fills the window and the window is cut to its shape.
-    const bool blended = TransientWindow::compositorRuns();
+    const bool blended = X11Desktop::compositorRunning();
 
     auto *view = new QQuickView(m_engine, nullptr);
     m_view = view;
@@ -109,12 +110,13 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     });
     view->installEventFilter(this);
     // A click elsewhere closes it without being taken from the window it was aimed at.
-    m_presses = std::make_unique<TransientWindow::PointerPresses>();
-    connect(m_presses.get(), &TransientWindow::PointerPresses::pressed, this, &SessionsPopover::pressedSomewhere);
+    m_presses = std::make_unique<PointerPresses>();
+    connect(m_presses.get(), &PointerPresses::pressed, this, &SessionsPopover::pressedSomewhere);
 
     place();
     view->create();
-    TransientWindow::keepOffTaskbar(view);
+    // Off the taskbar and the pager, on the desktop the user is looking at.
+    X11Desktop::setInitialState(view, X11Desktop::panelStates(false, false), false);
     view->show();
     view->requestActivate();
     if (QQuickItem *root = view->rootObject())
@@ -124,6 +126,14 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
 bool SessionsPopover::isShown() const
 {
     return m_view && m_view->isVisible();
+}
+
+void SessionsPopover::follow(const QRect &anchor)
+{
+    if (!isShown())
+        return;
+    m_anchor = anchor;
+    place();
 }
 
 void SessionsPopover::close()

@@ -9,10 +9,7 @@
 
 #include <memory>
 
-namespace TransientWindow
-{
 class PointerPresses;
-}
 class QQmlEngine;
 class QQuickItem;
 class QWindow;
@@ -43,6 +40,8 @@ public:
     /// Opens a window beside `anchor`, closing one that is open.
     void open(QWindow *panel, const QRect &anchor);
     bool isShown() const;
+    /// Moves an open window beside her sprite's new frame `anchor`.
+    void follow(const QRect &anchor);
     /// Fades the window out, tells `closed()` and drops the window once it is gone.
     void close();
     /// Whether it fades and grows in and fades out; off while the desktop asks for reduced motion.
@@ -94,7 +93,7 @@ private:
     QPointer<QQuickView> m_view;
     /// Windows fading out after they were closed.
     QList<QPointer<QQuickView>> m_leaving;
-    std::unique_ptr<TransientWindow::PointerPresses> m_presses;
+    std::unique_ptr<PointerPresses> m_presses;
     bool m_wasActive = false;
     bool m_reduceMotion = false;
 };

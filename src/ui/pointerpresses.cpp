@@ -1,63 +1,20 @@
-#include "transientwindow.h"
-
-#include "x11desktop.h"
+#include "pointerpresses.h"
 
 #include <QGuiApplication>
 #include <QSocketNotifier>
-#include <QWindow>
 
 #include <cstdlib>
 
-#ifdef YUZUHA_HAVE_XCB_SHAPE
-#include <xcb/xcb.h>
-#endif
 #ifdef YUZUHA_HAVE_XCB_XINPUT
 #include <xcb/xinput.h>
 #endif
 
-namespace TransientWindow
-{
 struct PointerPresses::Connection {
 #ifdef YUZUHA_HAVE_XCB_XINPUT
     xcb_connection_t *connection = nullptr;
     uint8_t inputOpcode = 0;
 #endif
 };
-
-bool compositorRuns()
-{
-#ifdef YUZUHA_HAVE_XCB_SHAPE
-    xcb_connection_t *connection = X11Desktop::connection();
-    if (!connection)
-        return false;
-    // A compositing manager owns the selection _NET_WM_CM_S<screen>; Qt draws on the first screen.
-    const xcb_atom_t selection = xcb_atom_t(X11Desktop::atom("_NET_WM_CM_S0"));
-    if (selection == XCB_ATOM_NONE)
-        return false;
-    xcb_get_selection_owner_reply_t *owner = xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr);
-    const bool runs = owner && owner->owner != XCB_NONE;
-    std::free(owner);
-    return runs;
-#else
-    return false;
-#endif
-}
-
-void keepOffTaskbar(QWindow *window)
-{
-#ifdef YUZUHA_HAVE_XCB_SHAPE
-    xcb_connection_t *connection = X11Desktop::connection();
-    if (!window || !connection)
-        return;
-    // Read before the window is mapped; Qt adds its own states to these when it shows the window.
-    const xcb_atom_t states[] = { xcb_atom_t(X11Desktop::atom("_NET_WM_STATE_SKIP_TASKBAR")), xcb_atom_t(X11Desktop::atom("_NET_WM_STATE_SKIP_PAGER")) };
-    xcb_change_property(
-        connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window->winId()), xcb_atom_t(X11Desktop::atom("_NET_WM_STATE")), XCB_ATOM_ATOM, 32, 2, states);
-    xcb_flush(connection);
-#else
-    Q_UNUSED(window)
-#endif
-}
 
 PointerPresses::PointerPresses(QObject *parent)
     : QObject(parent)
@@ -134,4 +91,3 @@ void PointerPresses::drain()
         Q_EMIT pressed();
 #endif
 }
-} // namespace TransientWindow

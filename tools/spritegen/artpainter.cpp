@@ -400,6 +400,15 @@ QImage render(const Book &book, int tier, QString *error)
             }
         }
     }
+    if (const auto [row, rows] = book.sag[size_t(tier)]; rows > 0) {
+        // Drop `rows` rows just below `row` and let everything above sink into their place.
+        const QImage drawn = canvas.copy();
+        canvas.fill(Qt::transparent);
+        QPainter p(&canvas);
+        p.setCompositionMode(QPainter::CompositionMode_Source);
+        p.drawImage(QPoint(0, row + rows + 1), drawn, QRect(0, row + rows + 1, drawn.width(), drawn.height()));
+        p.drawImage(QPoint(0, rows), drawn, QRect(0, 0, drawn.width(), row + 1));
+    }
     rim(book, canvas);
     return canvas;
 }

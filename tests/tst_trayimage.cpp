@@ -51,10 +51,8 @@ private Q_SLOTS:
                 tagPixels += c == tag.rgba();
                 faceBottom = c == face ? std::max(faceBottom, y) : faceBottom;
                 tagTop = c == tag.rgba() ? std::min(tagTop, y) : tagTop;
-                if (c == Theme::paper().rgba()) {
-                    ++textPixels;
-                    inColumn = true;
-                }
+                textPixels += c == Theme::paper().rgba();
+                inColumn = inColumn || c == Theme::paper().rgba();
             }
             textColumns += inColumn;
         }

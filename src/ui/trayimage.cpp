@@ -124,9 +124,10 @@ QImage drawTagged(const QMap<int, QImage> &faces, int percent, const Tagged &lay
     const int tagHeight = glyphHeight * scale + 2;
     const int faceRows = size - tagHeight;
     // The face drawn for this layout, else the widest that fits across.
-    int width = faces.contains(layout.face) ? layout.face : 0;
-    for (auto it = faces.cbegin(); !width && it != faces.cend(); ++it)
-        width = it.key() <= size ? std::max(width, it.key()) : width;
+    int width = 0;
+    for (auto it = faces.cbegin(); it != faces.cend() && it.key() <= size; ++it)
+        width = it.key();
+    width = faces.contains(layout.face) ? layout.face : width;
     if (width) {
         const QImage face = faces.value(width);
         const int rows = std::min(int(face.height()), faceRows);
@@ -157,14 +158,15 @@ QImage drawTagged(const QMap<int, QImage> &faces, int percent, const Tagged &lay
     return image;
 }
 
-// `picture` blown up by a whole factor and centred in a `size` square (one a little larger loses its edges).
-QImage centred(QImage picture, int size)
+// `picture` blown up by a whole factor and centred in a `size` square (one a little larger loses its edges);
+// without a picture, a clear square.
+QImage centred(const QImage &picture, int size)
 {
-    if (picture.width() == 1)
-        picture.fill(Qt::transparent);
-    const int factor = std::max(1, size / picture.width());
     QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
+    if (picture.isNull())
+        return image;
+    const int factor = std::max(1, size / picture.width());
     QPainter painter(&image);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     const QImage big = picture.scaled(picture.width() * factor, picture.height() * factor, Qt::IgnoreAspectRatio, Qt::FastTransformation);
@@ -194,6 +196,6 @@ QImage draw(const QMap<int, QImage> &faces, std::optional<int> percent, int size
             covered = reach;
         }
     }
-    return centred(faces.value(best, QImage(1, 1, QImage::Format_ARGB32_Premultiplied)), size);
+    return centred(faces.value(best), size);
 }
 } // namespace TrayImage

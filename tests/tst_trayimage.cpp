@@ -41,7 +41,7 @@ private Q_SLOTS:
         QFETCH(QColor, tag);
         const QImage image = TrayImage::draw(m_faces, percent, size).convertToFormat(QImage::Format_ARGB32);
         QCOMPARE(image.size(), QSize(size, size));
-        int tagPixels = 0, textPixels = 0, textColumns = 0;
+        int tagPixels = 0, textPixels = 0, textColumns = 0, faceBottom = -1, tagTop = size;
         for (int x = 0; x < size; ++x) {
             bool inColumn = false;
             for (int y = 0; y < size; ++y) {
@@ -49,12 +49,10 @@ private Q_SLOTS:
                 // Pixel art all through: no blended colour, no half-clear pixel.
                 QVERIFY2(c == face || c == tag.rgba() || c == Theme::paper().rgba() || qAlpha(c) == 0, qPrintable(u"blended at %1,%2"_s.arg(x).arg(y)));
                 tagPixels += c == tag.rgba();
-                if (c == Theme::paper().rgba()) {
-                    ++textPixels;
-                    inColumn = true;
-                    // The tag keeps to the lower half, below her eyes.
-                    QVERIFY(y >= size / 2);
-                }
+                faceBottom = c == face ? std::max(faceBottom, y) : faceBottom;
+                tagTop = c == tag.rgba() ? std::min(tagTop, y) : tagTop;
+                textPixels += c == Theme::paper().rgba();
+                inColumn = inColumn || c == Theme::paper().rgba();
             }
             textColumns += inColumn;
         }
@@ -65,6 +63,8 @@ private Q_SLOTS:
             return;
         }
         QVERIFY2(tagPixels > size, "the tag is drawn in its colour");
+        // The number sits below her face, never over it.
+        QVERIFY2(faceBottom < tagTop, qPrintable(u"face down to row %1, tag from row %2"_s.arg(faceBottom).arg(tagTop)));
         // Every digit is written: three type pixels wide each, with a gap between them.
         const int scale = size >= 32 ? 2 : 1;
         QVERIFY2(textColumns >= int(QString::number(*percent).size()) * 3 * scale, "a digit is missing");

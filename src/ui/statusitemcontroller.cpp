@@ -22,9 +22,6 @@ namespace
 {
 constexpr const char *commandProperty = "command";
 
-// Sizes trays commonly ask for; each gets its own drawing so face and percentage stay sharp.
-constexpr std::array<int, 7> iconSizes { 16, 22, 24, 32, 36, 48, 64 };
-
 // Menu texts treat "&" as a mnemonic marker and a tab as the start of the shortcut column.
 QString menuSafe(QString text)
 {
@@ -109,7 +106,8 @@ void StatusItemController::updateIcon(std::optional<int> percent)
     if (m_iconDrawn && percent == m_iconPercent)
         return;
     QIcon icon;
-    for (int size : iconSizes)
+    // Each size trays commonly ask for gets its own drawing, so face and percentage stay sharp.
+    for (int size : TrayImage::sizes)
         icon.addPixmap(QPixmap::fromImage(TrayImage::draw(m_faces, percent, size)));
     m_icon = icon;
     if (m_tray)

@@ -80,6 +80,13 @@ int textWidth(const QString &text, int scale)
     return scale * (int(text.size()) * (glyphWidth + 1) - 1);
 }
 
+// With a percentage, per tray size: the face (by width) set above the tag, cropped from below to the rows the
+// tag leaves, and the type scale. Other sizes take the layout that covers the most at a whole factor.
+struct Tagged {
+    int size, face, scale;
+};
+constexpr std::array<Tagged, 4> tagged { { { 16, 14, 1 }, { 22, 16, 1 }, { 24, 16, 1 }, { 32, 24, 2 } } };
+
 void drawText(QImage &image, const QString &text, QPoint at, int scale, QRgb colour)
 {
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -98,7 +105,7 @@ void drawText(QImage &image, const QString &text, QPoint at, int scale, QRgb col
 QMap<int, QImage> faces(const QString &root)
 {
     QMap<int, QImage> found;
-    for (const QString &name : { u"tray16"_s, u"tray24"_s, u"tray32"_s, u"menubar"_s }) {
+    for (const QString &name : { u"tray14"_s, u"tray16"_s, u"tray24"_s, u"tray32"_s, u"menubar"_s }) {
         const QImage face(root + u"Sprites/"_s + name + u".png"_s);
         if (!face.isNull())
             found.insert(face.width(), face.convertToFormat(QImage::Format_ARGB32_Premultiplied));
@@ -106,54 +113,89 @@ QMap<int, QImage> faces(const QString &root)
     return found;
 }
 
-QImage draw(const QMap<int, QImage> &faces, std::optional<int> percent, int size)
+namespace
 {
+// Her face over the percentage's tag, at exactly `layout.size`.
+QImage drawTagged(const QMap<int, QImage> &faces, int percent, const Tagged &layout)
+{
+    const int size = layout.size, scale = layout.scale;
     QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    // Large type for large trays: two screen pixels per type pixel from 32 up.
-    const int scale = size >= 32 ? 2 : 1;
-    // The face that covers the most of the picture at a whole factor (one a little larger gives up its edge
-    // columns); with a tag it moves up a type pixel so the tag stays below her eyes.
-    int best = 0, covered = 0;
-    for (auto it = faces.cbegin(); it != faces.cend(); ++it) {
-        const int w = it.key();
-        const int reach = w > size ? (w - size <= 2 ? size : 0) : (size / w) * w;
-        if (reach >= covered && reach > 0) {
-            best = w;
-            covered = reach;
-        }
-    }
-    if (best) {
-        const int factor = std::max(1, size / best);
-        const QImage face = faces.value(best).scaled(best * factor, best * factor, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    const int tagHeight = glyphHeight * scale + 2;
+    const int faceRows = size - tagHeight;
+    // The face drawn for this layout, else the widest that fits across.
+    int width = 0;
+    for (auto it = faces.cbegin(); it != faces.cend() && it.key() <= size; ++it)
+        width = it.key();
+    width = faces.contains(layout.face) ? layout.face : width;
+    if (width) {
+        const QImage face = faces.value(width);
+        const int rows = std::min(int(face.height()), faceRows);
         QPainter painter(&image);
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        painter.drawImage(QPoint((size - face.width()) / 2, (size - face.height()) / 2 - (percent ? scale : 0)), face);
+        painter.drawImage(QPoint((size - width) / 2, 0), face, QRect(0, 0, width, rows));
     }
-    if (!percent)
-        return image;
 
     // The number with its "%" and a type pixel of room each side; where that is too wide, without the room,
     // then without the "%" (the tooltip still says it in full).
-    QString text = QString::number(std::clamp(*percent, 0, 999)) + u'%';
+    QString text = QString::number(std::clamp(percent, 0, 999)) + u'%';
     int pad = scale;
     if (textWidth(text, scale) + 2 * pad > size)
         pad = 0;
     if (textWidth(text, scale) + 2 * pad > size)
         text.chop(1);
-    const int width = textWidth(text, scale) + 2 * pad;
-    const int height = glyphHeight * scale + 2 * scale;
-    const QRect tag((size - width) / 2, size - height, width, height);
+    const QRect tag((size - textWidth(text, scale) - 2 * pad) / 2, faceRows, textWidth(text, scale) + 2 * pad, tagHeight);
     // From tier 5 on the tag turns deep coral, as the popover's meter does.
-    const QRgb fill = (Tiers::tier(*percent, 100) >= 5 ? Theme::coralDeep() : Theme::ink()).rgba();
+    const QRgb fill = (Tiers::tier(percent, 100) >= 5 ? Theme::coralDeep() : Theme::ink()).rgba();
     for (int y = tag.top(); y <= tag.bottom(); ++y)
         for (int x = tag.left(); x <= tag.right(); ++x) {
-            // Corners cut by one type pixel: a pixel-drawn rounded tag.
-            const bool corner = (x < tag.left() + scale || x > tag.right() - scale) && (y < tag.top() + scale || y > tag.bottom() - scale);
+            // Corners cut by a pixel: a pixel-drawn rounded tag.
+            const bool corner = (x == tag.left() || x == tag.right()) && (y == tag.top() || y == tag.bottom());
             if (!corner)
                 image.setPixel(x, y, fill);
         }
-    drawText(image, text, QPoint(tag.left() + pad, tag.top() + scale), scale, Theme::paper().rgba());
+    drawText(image, text, QPoint(tag.left() + pad, tag.top() + 1), scale, Theme::paper().rgba());
     return image;
+}
+
+// `picture` blown up by a whole factor and centred in a `size` square (one a little larger loses its edges);
+// without a picture, a clear square.
+QImage centred(const QImage &picture, int size)
+{
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    if (picture.isNull())
+        return image;
+    const int factor = std::max(1, size / picture.width());
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    const QImage big = picture.scaled(picture.width() * factor, picture.height() * factor, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    painter.drawImage(QPoint((size - big.width()) / 2, (size - big.height()) / 2), big);
+    return image;
+}
+} // namespace
+
+QImage draw(const QMap<int, QImage> &faces, std::optional<int> percent, int size)
+{
+    if (percent) {
+        // The layout that covers the most of the picture at a whole factor; of equals, the larger one.
+        const Tagged *best = &tagged.front();
+        for (const Tagged &layout : tagged)
+            if (layout.size <= size && (size / layout.size) * layout.size >= (size / best->size) * best->size)
+                best = &layout;
+        return centred(drawTagged(faces, *percent, *best), size);
+    }
+    // The face that covers the most of the picture at a whole factor (one a little larger gives up its edge
+    // columns).
+    int best = 0, covered = 0;
+    for (auto it = faces.cbegin(); it != faces.cend(); ++it) {
+        const int w = it.key();
+        const int reach = w > size ? (w - size <= 2 ? size : 0) : (size / w) * w;
+        if (reach >= covered && reach > 0 && it.value().height() == w) {
+            best = w;
+            covered = reach;
+        }
+    }
+    return centred(faces.value(best), size);
 }
 } // namespace TrayImage

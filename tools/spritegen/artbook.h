@@ -63,6 +63,9 @@ struct Book {
     /// Per tier: her upper body leans the same way above a pivot row at the hips (head, arms and what she holds
     /// go with it; legs and fixed layers stay), so a tired day shows in her posture.
     std::array<QPair<double, int>, tierCount> slouch {};
+    /// Per tier: (row, rows) her knees give: that many rows near `row` are dropped and all above sinks by `rows`,
+    /// so she stands lower as the day wears on while her feet stay on the ground.
+    std::array<QPair<int, int>, tierCount> sag {};
     /// Dark materials and the light colour that lines them just inside her outline where she meets the desktop.
     QList<QPair<QString, QColor>> rims;
     /// Her figure as (row, horizontal scale about the centre column) stations, linear in between: the torso,

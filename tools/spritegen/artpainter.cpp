@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -374,6 +375,30 @@ void rim(const Book &book, QImage &canvas)
 }
 } // namespace
 
+namespace
+{
+// Her knees give by `rows` rows near `row`: rows that only repeat the one above are dropped first, nearest
+// first, so no hem, stripe or boot top across her legs is lost; everything above sinks into their place.
+void sag(QImage &canvas, int row, int rows)
+{
+    const auto repeats = [&](int y) {
+        return y > 0 && y < canvas.height() && std::memcmp(canvas.constScanLine(y), canvas.constScanLine(y - 1), size_t(canvas.bytesPerLine())) == 0;
+    };
+    constexpr int reach = 12;
+    QList<int> dropped;
+    for (bool any : { false, true })
+        for (int d = 0; d <= reach && dropped.size() < rows; ++d)
+            for (int y : { row + d, row - d })
+                if (dropped.size() < rows && y > 0 && y < canvas.height() && !dropped.contains(y) && (any || repeats(y)))
+                    dropped.append(y);
+    const QImage drawn = canvas.copy();
+    canvas.fill(Qt::transparent);
+    for (int from = drawn.height() - 1, to = from; from >= 0; --from)
+        if (!dropped.contains(from))
+            std::memcpy(canvas.scanLine(to--), drawn.constScanLine(from), size_t(drawn.bytesPerLine()));
+}
+} // namespace
+
 QImage render(const Book &book, int tier, QString *error)
 {
     QImage canvas(book.size, QImage::Format_ARGB32);
@@ -400,6 +425,8 @@ QImage render(const Book &book, int tier, QString *error)
             }
         }
     }
+    if (const auto [row, rows] = book.sag[size_t(tier)]; rows > 0)
+        sag(canvas, row, rows);
     rim(book, canvas);
     return canvas;
 }

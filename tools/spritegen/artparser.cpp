@@ -155,6 +155,7 @@ struct Parser {
             { u"headshift"_s, &Parser::headshift },
             { u"headtilt"_s, &Parser::lean },
             { u"slouch"_s, &Parser::lean },
+            { u"sag"_s, &Parser::sag },
             { u"rim"_s, &Parser::rim },
             { u"canvas"_s, &Parser::canvas },
             { u"figure"_s, &Parser::figure },
@@ -284,6 +285,18 @@ struct Parser {
         if (!a || !b || !c || t < 0 || t >= tierCount || std::abs(slope) > 0.5)
             return fail(word + u" TIER SLOPE PIVOTROW"_s);
         (word == u"slouch" ? book.slouch : book.headTilt)[size_t(t)] = { slope, pivot };
+        return true;
+    }
+
+    bool sag(const QStringList &tokens)
+    {
+        bool a = false, b = false, c = false;
+        const int t = tokens.size() == 4 ? tokens[1].toInt(&a) : -1;
+        const int row = tokens.size() == 4 ? tokens[2].toInt(&b) : 0;
+        const int rows = tokens.size() == 4 ? tokens[3].toInt(&c) : 0;
+        if (!a || !b || !c || t < 0 || t >= tierCount || row < 0 || rows < 0 || rows > 16)
+            return fail(u"sag TIER ROW ROWS"_s);
+        book.sag[size_t(t)] = { row, rows };
         return true;
     }
 

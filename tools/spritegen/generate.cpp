@@ -23,8 +23,9 @@ namespace
 // Application icon sizes. The small ones are pixel drawn for their size (16 and 24 by hand, 32 is the tray
 // face, 48 the 24 one doubled); from 64 on her face sits on the sticky-note disc.
 const QList<int> iconSizes { 16, 24, 32, 48, 64, 128, 256 };
-// Her tray faces by width: each drawn for that size, the 36 one also the status item's own picture.
-const QList<int> traySizes { 16, 24, 32 };
+// Her tray faces by width: each drawn for that size (the 14 one sits over the percentage in a 16-pixel tray),
+// the 36 one also the status item's own picture.
+const QList<int> traySizes { 14, 16, 24, 32 };
 
 bool save(const QImage &image, const QString &path, const QByteArray &format, QString *error)
 {
@@ -59,7 +60,7 @@ std::optional<QImage> trayFace(const QString &artDir, QString *error)
     return image ? std::optional(image->copy(trayCrop)) : std::nullopt;
 }
 
-// Her face drawn for a tray of `size` pixels: 16 and 24 by hand, 32 the middle of the 36 one.
+// Her face drawn for a tray of `size` pixels: 14, 16 and 24 by hand, 32 the middle of the 36 one.
 std::optional<QImage> smallFace(const QString &artDir, const QImage &face36, int size, QString *error)
 {
     if (size == 32)

@@ -5,7 +5,11 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVariant>
 #include <QGuiApplication>
 #include <QTimer>
 
@@ -22,7 +26,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 const QString notifierWatcherService = u"org.kde.StatusNotifierWatcher"_s;
-
+const QString kwinService = u"org.kde.KWin"_s;
+const QString kwinCompositor = u"/Compositor"_s;
+const QString kwinCompositing = u"org.kde.kwin.Compositing"_s;
 } // namespace
 
 DesktopWatcher::DesktopWatcher(QObject *parent)
@@ -61,6 +67,18 @@ DesktopWatcher::DesktopWatcher(QObject *parent)
     xcb_flush(c);
     m_compositing = X11Desktop::compositorRunning();
     QCoreApplication::instance()->installNativeEventFilter(this);
+    // KWin keeps the compositor selection while its compositing is suspended (by the user's shortcut, a
+    // full-screen game, or a driver it gave up on): only KWin itself can say whether it draws transparency.
+    if (bus.isConnected()) {
+        m_kwinWatcher = new QDBusServiceWatcher(kwinService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+        connect(m_kwinWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] {
+            m_kwinCompositing.reset();
+            updateCompositing();
+            askKWin();
+        });
+        bus.connect(kwinService, kwinCompositor, kwinCompositing, u"compositingToggled"_s, this, SLOT(kwinCompositingToggled(bool)));
+        askKWin();
+    }
 #endif
 }
 
@@ -77,9 +95,31 @@ bool DesktopWatcher::trayPresent() const
     return X11Desktop::xembedTrayRunning();
 }
 
+void DesktopWatcher::askKWin()
+{
+    QDBusMessage get = QDBusMessage::createMethodCall(kwinService, kwinCompositor, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    get << kwinCompositing << u"active"_s;
+    // Only a running KWin is asked; none is started for it.
+    get.setAutoStartService(false);
+    auto *call = new QDBusPendingCallWatcher(m_kwinWatcher->connection().asyncCall(get), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *call) {
+        call->deleteLater();
+        // No KWin, or one too old to say: the selection alone decides.
+        const QDBusPendingReply<QDBusVariant> reply = *call;
+        if (reply.isValid() && reply.value().variant().typeId() == QMetaType::Bool)
+            kwinCompositingToggled(reply.value().variant().toBool());
+    });
+}
+
+void DesktopWatcher::kwinCompositingToggled(bool on)
+{
+    m_kwinCompositing = on;
+    updateCompositing();
+}
+
 void DesktopWatcher::updateCompositing()
 {
-    const bool on = X11Desktop::compositorRunning();
+    const bool on = X11Desktop::compositorRunning() && m_kwinCompositing.value_or(true);
     if (on == m_compositing)
         return;
     m_compositing = on;

@@ -3,6 +3,8 @@
 #include <QAbstractNativeEventFilter>
 #include <QObject>
 
+#include <optional>
+
 class QDBusServiceWatcher;
 
 /// Follows what the desktop around her can do while she runs: whether a compositing manager draws
@@ -30,10 +32,17 @@ Q_SIGNALS:
     /// The window manager made another window active (or none).
     void activeWindowChanged();
 
+private Q_SLOTS:
+    void kwinCompositingToggled(bool on);
+
 private:
     void updateCompositing();
+    void askKWin();
 
     QDBusServiceWatcher *m_notifierWatcher = nullptr;
+    QDBusServiceWatcher *m_kwinWatcher = nullptr;
+    /// What KWin says of its compositing, while KWin is there to ask.
+    std::optional<bool> m_kwinCompositing;
     bool m_compositing = true;
     bool m_x11 = false;
     quint32 m_compositorAtom = 0;

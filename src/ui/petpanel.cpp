@@ -273,6 +273,10 @@ void PetPanel::exposeEvent(QExposeEvent *event)
     if (!m_justMapped || !isExposed())
         return;
     m_justMapped = false;
+    // KWin reads the desktop a window asks for at map, then puts a window that is transient for its group
+    // (Qt makes every tool window so) on the current desktop all the same: ask again, now it is managed.
+    if (m_allSpaces)
+        X11Desktop::requestAllDesktops(this, true);
     // Some window managers (mutter) flag a window that did not take the focus at map for attention when it
     // overlaps the focused one, and the shell then announces her. She never wants attention: take it back.
     X11Desktop::requestState(this, "DEMANDS_ATTENTION", false);

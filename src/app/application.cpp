@@ -49,6 +49,9 @@ Application::Application(Environment environment, QObject *parent)
     m_popover->setReduceMotion(reduceMotion);
 
     m_desktop = std::make_unique<DesktopWatcher>();
+    // The watcher knows more than the selection owner (a suspended KWin keeps it); the popover asks it.
+    m_popover->setCompositing(m_desktop->compositing());
+    connect(m_desktop.get(), &DesktopWatcher::compositingChanged, m_popover.get(), &SessionsPopover::setCompositing);
     PetController::Inputs inputs;
     inputs.preferences = prefs;
     inputs.sprites = m_sprites.get();

@@ -71,7 +71,7 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     const Qt::Edge edge = Dimensions::popoverEdge(panel ? panel->geometry() : anchor, available);
     // Translucent only where a compositor blends it; elsewhere every clear pixel would show black, so
     // the card then fills the window and the window is cut to its shape.
-    const bool blended = X11Desktop::compositorRunning();
+    const bool blended = m_compositing;
 
     auto *view = new QQuickView(m_engine, nullptr);
     m_view = view;

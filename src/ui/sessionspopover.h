@@ -46,6 +46,8 @@ public:
     void close();
     /// Whether it fades and grows in and fades out; off while the desktop asks for reduced motion.
     void setReduceMotion(bool on);
+    /// Whether the desktop blends translucent windows now; the next opening draws its card accordingly.
+    void setCompositing(bool on) { m_compositing = on; }
 
     /// The open window, or null.
     QQuickView *window() const { return m_view; }
@@ -96,4 +98,5 @@ private:
     std::unique_ptr<PointerPresses> m_presses;
     bool m_wasActive = false;
     bool m_reduceMotion = false;
+    bool m_compositing = true;
 };

@@ -8,6 +8,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QGuiApplication>
@@ -26,6 +27,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 const QString notifierWatcherService = u"org.kde.StatusNotifierWatcher"_s;
+const QString notifierWatcherPath = u"/StatusNotifierWatcher"_s;
 const QString kwinService = u"org.kde.KWin"_s;
 const QString kwinCompositor = u"/Compositor"_s;
 const QString kwinCompositing = u"org.kde.kwin.Compositing"_s;
@@ -39,6 +41,9 @@ DesktopWatcher::DesktopWatcher(QObject *parent)
         m_notifierWatcher = new QDBusServiceWatcher(notifierWatcherService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
         // A restarted panel takes the name anew: the old registration went with the old owner.
         connect(m_notifierWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &DesktopWatcher::trayChanged);
+        // The watcher may start before the panel that shows its items (kded before plasmashell): the tray is
+        // there only once a host has registered with it.
+        bus.connect(notifierWatcherService, notifierWatcherPath, notifierWatcherService, u"StatusNotifierHostRegistered"_s, this, SIGNAL(trayChanged()));
     }
 #ifdef YUZUHA_HAVE_XCB_XFIXES
     xcb_connection_t *c = X11Desktop::connection();
@@ -90,9 +95,19 @@ DesktopWatcher::~DesktopWatcher()
 
 bool DesktopWatcher::trayPresent() const
 {
-    if (m_notifierWatcher && m_notifierWatcher->connection().interface()->isServiceRegistered(notifierWatcherService))
-        return true;
-    return X11Desktop::xembedTrayRunning();
+    return notifierHostRegistered() || X11Desktop::xembedTrayRunning();
+}
+
+bool DesktopWatcher::notifierHostRegistered() const
+{
+    if (!m_notifierWatcher || !m_notifierWatcher->connection().interface()->isServiceRegistered(notifierWatcherService))
+        return false;
+    // Qt asks the same before it makes a StatusNotifier item, and keeps the answer for the process's life:
+    // an item made while no host is there becomes an XEmbed icon that no StatusNotifier panel shows.
+    QDBusMessage get = QDBusMessage::createMethodCall(notifierWatcherService, notifierWatcherPath, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    get << notifierWatcherService << u"IsStatusNotifierHostRegistered"_s;
+    const QDBusReply<QDBusVariant> reply = m_notifierWatcher->connection().call(get, QDBus::Block, notifierTimeoutMs);
+    return reply.isValid() && reply.value().variant().toBool();
 }
 
 void DesktopWatcher::askKWin()

@@ -20,7 +20,7 @@ public:
 
     /// Whether transparent pixels show what lies beneath (always so off X11).
     bool compositing() const { return m_compositing; }
-    /// Whether a tray host is there: a StatusNotifier watcher on the session bus or an XEmbed tray.
+    /// Whether a tray host is there: a StatusNotifier watcher with a host on the session bus, or an XEmbed tray.
     bool trayPresent() const;
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
@@ -38,6 +38,9 @@ private Q_SLOTS:
 private:
     void updateCompositing();
     void askKWin();
+    bool notifierHostRegistered() const;
+
+    static constexpr int notifierTimeoutMs = 1000;
 
     QDBusServiceWatcher *m_notifierWatcher = nullptr;
     QDBusServiceWatcher *m_kwinWatcher = nullptr;

@@ -54,10 +54,12 @@ StatusItemController::StatusItemController(
     if (!m_desktop || m_desktop->trayPresent())
         makeItem();
     if (m_desktop) {
-        connect(m_desktop, &DesktopWatcher::trayChanged, this, [this] {
-            // A tray that has just started announces its host a moment after taking its name.
-            QTimer::singleShot(trayGraceMs, this, &StatusItemController::trayChanged);
-        });
+        // A tray that has just started announces its host a moment after taking its name, and a panel's
+        // start is heard up to three times (name, host, XEmbed selection): register once it has settled.
+        m_trayGrace.setSingleShot(true);
+        m_trayGrace.setInterval(trayGraceMs);
+        connect(&m_trayGrace, &QTimer::timeout, this, &StatusItemController::trayChanged);
+        connect(m_desktop, &DesktopWatcher::trayChanged, &m_trayGrace, qOverload<>(&QTimer::start));
     }
 }
 

@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -101,6 +102,7 @@ private:
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     DesktopWatcher *m_desktop = nullptr;
+    QTimer m_trayGrace;
     QString m_toolTip;
     QIcon m_icon;
     QMap<int, QImage> m_faces;

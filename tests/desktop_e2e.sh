@@ -73,7 +73,7 @@ if [ "$mode" = x11 ]; then
     picom --backend xrender > "$work/picom.log" 2>&1 &
     picom=$!
     started $picom
-    sleep 1
+    within 50 'xwininfo -root -tree | grep -q "(\"picom\" \"picom\")"' || fail "picom did not start"
     start_yuzuha
 
     state=$(xprop -id "$pet" _NET_WM_STATE)
@@ -104,8 +104,13 @@ if [ "$mode" = x11 ]; then
     echo "PASS: drawn without a box with and without a compositor, switched live"
 
     # A tray that starts after her, reserving a strip at the bottom: her item appears, and she steps off the strip.
-    trayer --edge bottom --align right --widthtype pixel --width 120 --heighttype pixel --height 30 --SetDockType true --SetPartialStrut true \
-        > "$work/trayer.log" 2>&1 & started $!
+    start_trayer() {
+        trayer --edge bottom --align right --widthtype pixel --width 120 --heighttype pixel --height 30 --SetDockType true --SetPartialStrut true \
+            > "$work/trayer.log" 2>&1 &
+        trayer=$!
+        started $trayer
+    }
+    start_trayer
     # Her item is a window of class Yuzuha embedded somewhere below trayer's panel window.
     embedded() {
         xwininfo -root -tree | awk '
@@ -132,6 +137,14 @@ if [ "$mode" = x11 ]; then
         within 30 '[ "$(menus)" -eq "$shown" ]' || fail "the menu stayed open after: $closer"
     done
     echo "PASS: her menu closes on a click elsewhere and on Escape"
+
+    # The tray restarted a second later, as a session restarts a panel: her item comes back in the new one.
+    stop $trayer
+    within 50 '! embedded' || fail "her tray item outlived its tray"
+    sleep 1
+    start_trayer
+    within 100 embedded || fail "her tray item did not come back in a restarted tray"
+    echo "PASS: her tray item comes back when the tray restarts"
     [ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-openbox-picom-trayer.png"
     exit 0
 fi

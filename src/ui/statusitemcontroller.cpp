@@ -80,15 +80,10 @@ void StatusItemController::makeItem()
 
 void StatusItemController::trayChanged()
 {
-    if (!m_desktop->trayPresent())
-        return;
-    if (!m_tray) {
+    // Once made, the item follows trays by itself: Qt embeds it in each new XEmbed tray and registers it
+    // with each new StatusNotifier watcher.
+    if (!m_tray && m_desktop->trayPresent())
         makeItem();
-        return;
-    }
-    // A new tray (or a restarted panel) knows nothing of the item the old one showed: register it anew.
-    m_tray->hide();
-    m_tray->show();
 }
 
 StatusItemController::~StatusItemController() = default;

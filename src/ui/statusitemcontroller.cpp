@@ -54,8 +54,8 @@ StatusItemController::StatusItemController(
     if (!m_desktop || m_desktop->trayPresent())
         makeItem();
     if (m_desktop) {
-        // A tray that has just started announces its host a moment after taking its name, and a panel's
-        // start is heard up to three times (name, host, XEmbed selection): register once it has settled.
+        // A panel that hosts both kinds announces them one after the other (XEmbed selection, watcher name,
+        // host): wait until its start has settled, so the item goes the StatusNotifier way where it can.
         m_trayGrace.setSingleShot(true);
         m_trayGrace.setInterval(trayGraceMs);
         connect(&m_trayGrace, &QTimer::timeout, this, &StatusItemController::trayChanged);

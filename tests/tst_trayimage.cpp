@@ -1,6 +1,7 @@
 #include "theme.h"
 #include "trayimage.h"
 
+#include <QPainter>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -28,10 +29,12 @@ private Q_SLOTS:
         QTest::addColumn<int>("size");
         QTest::addColumn<std::optional<int>>("percent");
         QTest::addColumn<QColor>("tag");
-        for (int size : { 16, 22, 24, 32, 48 }) {
-            QTest::addRow("no session at %d", size) << size << std::optional<int> {} << QColor();
-            QTest::addRow("79%% at %d", size) << size << std::optional<int> { 79 } << Theme::ink();
-            QTest::addRow("100%% turns coral at %d", size) << size << std::optional<int> { 100 } << Theme::coralDeep();
+        QTest::addColumn<qreal>("ratio");
+        // Device pixels: 44 is a 22-point tray on a 2× screen, between the drawn faces.
+        for (auto [size, ratio] : { std::pair { 16, 1.0 }, { 22, 1.0 }, { 24, 1.0 }, { 32, 1.0 }, { 44, 2.0 }, { 48, 1.0 } }) {
+            QTest::addRow("no session at %d", size) << size << std::optional<int> {} << QColor() << ratio;
+            QTest::addRow("79%% at %d", size) << size << std::optional<int> { 79 } << Theme::ink() << ratio;
+            QTest::addRow("100%% turns coral at %d", size) << size << std::optional<int> { 100 } << Theme::coralDeep() << ratio;
         }
     }
     void faceAndPercentage()
@@ -39,8 +42,18 @@ private Q_SLOTS:
         QFETCH(int, size);
         QFETCH(std::optional<int>, percent);
         QFETCH(QColor, tag);
-        const QImage image = TrayImage::draw(m_faces, percent, size).convertToFormat(QImage::Format_ARGB32);
-        QCOMPARE(image.size(), QSize(size, size));
+        QFETCH(qreal, ratio);
+        // Painted as a tray paints its icon, into a square of `size` device pixels.
+        QImage image(size, size, QImage::Format_ARGB32);
+        image.fill(Qt::transparent);
+        image.setDevicePixelRatio(ratio);
+        QPainter painter(&image);
+        TrayImage::icon(m_faces, percent).paint(&painter, QRect(0, 0, qRound(size / ratio), qRound(size / ratio)));
+        painter.end();
+        // Drawn for that many pixels, not a smaller drawing blown up.
+        QImage drawn = TrayImage::draw(m_faces, percent, size).convertToFormat(QImage::Format_ARGB32);
+        drawn.setDevicePixelRatio(ratio);
+        QCOMPARE(image, drawn);
         int tagPixels = 0, textPixels = 0, textColumns = 0, faceBottom = -1, tagTop = size;
         for (int x = 0; x < size; ++x) {
             bool inColumn = false;
@@ -56,8 +69,8 @@ private Q_SLOTS:
             }
             textColumns += inColumn;
         }
-        // Her face fills the middle of the top edge at every size.
-        QCOMPARE(image.pixel(size / 2, 1), face);
+        // Her face is up top at every size.
+        QCOMPARE(image.pixel(size / 2, size / 4), face);
         if (!percent) {
             QCOMPARE(tagPixels + textPixels, 0);
             return;

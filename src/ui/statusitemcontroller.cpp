@@ -102,13 +102,9 @@ void StatusItemController::updateIcon(std::optional<int> percent)
 {
     if (m_iconDrawn && percent == m_iconPercent)
         return;
-    QIcon icon;
-    // Each size trays commonly ask for gets its own drawing, so face and percentage stay sharp.
-    for (int size : TrayImage::sizes)
-        icon.addPixmap(QPixmap::fromImage(TrayImage::draw(m_faces, percent, size)));
-    m_icon = icon;
+    m_icon = TrayImage::icon(m_faces, percent);
     if (m_tray)
-        m_tray->setIcon(icon);
+        m_tray->setIcon(m_icon);
     m_iconDrawn = true;
     m_iconPercent = percent;
 }

@@ -3,6 +3,8 @@
 #include "session.h"
 #include "theme.h"
 
+#include <QIconEngine>
+#include <QPaintDevice>
 #include <QPainter>
 
 #include <algorithm>
@@ -173,7 +175,56 @@ QImage centred(const QImage &picture, int size)
     painter.drawImage(QPoint((size - big.width()) / 2, (size - big.height()) / 2), big);
     return image;
 }
+
+// Draws the picture for the very size a tray asks for, in device pixels: an icon scaled from the nearest drawn
+// size would blur her hard edges (a tray of 22 points on a 2× screen asks for 44 pixels).
+class Engine : public QIconEngine
+{
+public:
+    Engine(QMap<int, QImage> faces, std::optional<int> percent)
+        : m_faces(std::move(faces))
+        , m_percent(percent)
+    {
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode, QIcon::State) override
+    {
+        return QPixmap::fromImage(draw(m_faces, m_percent, std::max(1, std::min(size.width(), size.height()))));
+    }
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
+    {
+        const qreal ratio = painter->device()->devicePixelRatio();
+        QPixmap picture = pixmap((QSizeF(rect.size()) * ratio).toSize(), mode, state);
+        picture.setDevicePixelRatio(ratio);
+        const QSizeF side = picture.deviceIndependentSize();
+        painter->drawPixmap(QPointF(rect.x() + (rect.width() - side.width()) / 2, rect.y() + (rect.height() - side.height()) / 2), picture);
+    }
+    QSize actualSize(const QSize &size, QIcon::Mode, QIcon::State) override
+    {
+        const int side = std::min(size.width(), size.height());
+        return { side, side };
+    }
+    // The sizes offered to trays that take a list of pictures (StatusNotifier hosts).
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+    {
+        QList<QSize> list;
+        for (int size : sizes)
+            list.append(QSize(size, size));
+        return list;
+    }
+    QIconEngine *clone() const override { return new Engine(m_faces, m_percent); }
+    QString key() const override { return u"yuzuha-tray"_s; }
+
+private:
+    QMap<int, QImage> m_faces;
+    std::optional<int> m_percent;
+};
 } // namespace
+
+QIcon icon(const QMap<int, QImage> &faces, std::optional<int> percent)
+{
+    return QIcon(new Engine(faces, percent));
+}
 
 QImage draw(const QMap<int, QImage> &faces, std::optional<int> percent, int size)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QImage>
 #include <QMap>
 #include <QString>
@@ -12,7 +13,7 @@
 /// ink tag below her chin in a 3 × 5 pixel typeface, so face and number both read at 16 pixels.
 namespace TrayImage
 {
-/// The sizes the tray item is drawn at; the panel takes the one it needs.
+/// The sizes offered to trays that take a list of pictures; the panel takes the one it needs.
 inline constexpr std::array<int, 7> sizes { 16, 22, 24, 32, 36, 48, 64 };
 
 /// Her faces by width: "Sprites/tray14.png" (the face over the tag at 16), "tray16.png", "tray24.png",
@@ -21,4 +22,7 @@ QMap<int, QImage> faces(const QString &root);
 
 /// A `size` × `size` picture from `faces`, with `percent` on its tag when there is one.
 QImage draw(const QMap<int, QImage> &faces, std::optional<int> percent, int size);
+
+/// The tray item's icon: `draw` at whatever size, in device pixels, it is asked for.
+QIcon icon(const QMap<int, QImage> &faces, std::optional<int> percent);
 } // namespace TrayImage

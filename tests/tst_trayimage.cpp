@@ -43,17 +43,15 @@ private Q_SLOTS:
         QFETCH(std::optional<int>, percent);
         QFETCH(QColor, tag);
         QFETCH(qreal, ratio);
-        // Painted as a tray paints its icon, into a square of `size` device pixels.
+        // Painted as a tray paints its icon into `size` device pixels: the drawing for that many, not one blown up.
         QImage image(size, size, QImage::Format_ARGB32);
         image.fill(Qt::transparent);
         image.setDevicePixelRatio(ratio);
         QPainter painter(&image);
         TrayImage::icon(m_faces, percent).paint(&painter, QRect(0, 0, qRound(size / ratio), qRound(size / ratio)));
         painter.end();
-        // Drawn for that many pixels, not a smaller drawing blown up.
-        QImage drawn = TrayImage::draw(m_faces, percent, size).convertToFormat(QImage::Format_ARGB32);
-        drawn.setDevicePixelRatio(ratio);
-        QCOMPARE(image, drawn);
+        image.setDevicePixelRatio(1);
+        QCOMPARE(image, TrayImage::draw(m_faces, percent, size).convertToFormat(QImage::Format_ARGB32));
         int tagPixels = 0, textPixels = 0, textColumns = 0, faceBottom = -1, tagTop = size;
         for (int x = 0; x < size; ++x) {
             bool inColumn = false;

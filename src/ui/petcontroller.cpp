@@ -9,6 +9,7 @@
 
 #include <QActionGroup>
 #include <QCoreApplication>
+#include <QCursor>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QQmlComponent>
@@ -122,6 +123,12 @@ PetController::PetController(Inputs inputs, QQmlEngine *engine, QObject *parent)
 
     m_announceTimer.setSingleShot(true);
     connect(&m_announceTimer, &QTimer::timeout, this, [this] { m_model->setAnnouncing(false); });
+    m_leaveTimer.setSingleShot(true);
+    m_leaveTimer.setInterval(leaveGraceMs);
+    connect(&m_leaveTimer, &QTimer::timeout, this, [this] {
+        if (m_model->hovering())
+            m_model->setHovering(false);
+    });
 
     // Size and outfit changes are handled on the next turn of the event loop, after the setter has returned.
     connect(prefs, &Preferences::sizeChanged, this, [this] { QTimer::singleShot(0, this, [this] { layout(true); }); });
@@ -432,6 +439,10 @@ void PetController::hideFromMenu()
 
 void PetController::pointerMoved(QPointF position)
 {
+    m_leaveTimer.stop();
+    // A window that changes size under a resting pointer hears it again at its old spot: ask where it is.
+    if (m_panel->cropsToDrawn())
+        position = QCursor::pos() - panelFrame().topLeft();
     PassThrough::State state { panelFrame().size(), m_model->announcing(), m_model->hovering(), m_inputs.preferences->percentTag() };
     const PassThrough::Decision decision = PassThrough::decide(state, position, stage()->isOnHer(position));
     if (decision.hovering != m_model->hovering())
@@ -440,6 +451,12 @@ void PetController::pointerMoved(QPointF position)
 
 void PetController::pointerLeft()
 {
+    // Her window changing size under the pointer makes it leave and enter again at once (the bubble coming
+    // would take itself away): only a leave that no enter follows ends the hover.
+    if (m_panel->cropsToDrawn()) {
+        m_leaveTimer.start();
+        return;
+    }
     if (m_model->hovering())
         m_model->setHovering(false);
 }

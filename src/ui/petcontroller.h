@@ -134,6 +134,8 @@ private:
     PetModel *m_model;
     std::unique_ptr<PetPanel> m_panel;
     QTimer m_announceTimer;
+    static constexpr int leaveGraceMs = 250;
+    QTimer m_leaveTimer;
     int m_shownTier = -1;
     std::optional<QString> m_shownSessionID;
     bool m_updatePending = false;

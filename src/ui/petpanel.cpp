@@ -4,6 +4,9 @@
 #include "x11desktop.h"
 
 #include <QQuickItem>
+#include <QResizeEvent>
+
+#include <algorithm>
 
 PetPanel::PetPanel(QWindow *parent)
     : QQuickWindow(parent)
@@ -159,23 +162,39 @@ void PetPanel::placeWindow(QPoint frameTopLeft)
 {
     m_frameTopLeft = frameTopLeft;
     const QRect part = coveredPart();
-    // The scene keeps the frame's layout; only the window's view onto it moves, so nothing on screen shifts.
-    m_stage->setPosition(-part.topLeft());
     m_stage->setSize(m_frameSize);
-    if (m_overlay) {
-        m_overlay->setPosition(-part.topLeft());
+    if (m_overlay)
         m_overlay->setSize(m_frameSize);
+    // A window manager answers a new size later, perhaps after others asked for since; until then the pointer
+    // events and the drawing still belong to the old window, so the scene moves when a size arrives, to the part
+    // asked for with it (resizeEvent). Parts differ in size whenever they differ in place: the size names the part.
+    if (m_crop) {
+        m_requestedParts.append(part);
+        if (m_requestedParts.size() > requestsKept)
+            m_requestedParts.removeFirst();
     }
+    if (!m_crop || !isVisible() || part.size() == m_windowSize)
+        showScenePart(part);
     const QRect window(frameTopLeft + part.topLeft(), part.size());
     if (window != geometry())
         setGeometry(window);
     applyShapes();
 }
 
+void PetPanel::showScenePart(const QRect &part)
+{
+    // The scene keeps the frame's layout; only the window's view onto it moves, so nothing on screen shifts.
+    m_stage->setPosition(-part.topLeft());
+    if (m_overlay)
+        m_overlay->setPosition(-part.topLeft());
+    // The shapes are cut from the window the part is shown in.
+    m_shownPartAt = part.topLeft();
+}
+
 QRegion PetPanel::toWindow(const QRegion &frameDevice) const
 {
     const qreal dpr = devicePixelRatio();
-    const QPoint offset = coveredPart().topLeft();
+    const QPoint offset = m_shownPartAt;
     return frameDevice.translated(-qRound(offset.x() * dpr), -qRound(offset.y() * dpr));
 }
 
@@ -238,8 +257,16 @@ void PetPanel::orderFront()
 void PetPanel::resizeEvent(QResizeEvent *event)
 {
     QQuickWindow::resizeEvent(event);
+    m_windowSize = event->size();
+    if (m_crop) {
+        // The part asked for with this size; a size the window manager made up shows the part wanted now.
+        const auto asked = std::find_if(m_requestedParts.crbegin(), m_requestedParts.crend(), [&](const QRect &part) { return part.size() == event->size(); });
+        showScenePart(asked != m_requestedParts.crend() ? *asked : coveredPart());
+        applyShapes();
+        return;
+    }
     // A size given to the window directly (not through setFrame) is the whole frame.
-    if (!m_crop && size() != m_frameSize) {
+    if (size() != m_frameSize) {
         m_frameSize = size();
         m_stage->setSize(m_frameSize);
         if (m_overlay)

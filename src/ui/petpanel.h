@@ -76,6 +76,7 @@ private:
     void updateSilhouette();
     void watchOverlayItem(const char *name);
     void placeWindow(QPoint frameTopLeft);
+    void showScenePart(const QRect &part);
     QRegion toWindow(const QRegion &frameDevice) const;
 
     PetStageView *m_stage;
@@ -84,6 +85,10 @@ private:
     QSize m_frameSize;
     bool m_crop = false;
     QRect m_drawnPart;
+    static constexpr qsizetype requestsKept = 8;
+    QList<QRect> m_requestedParts; ///< the parts last asked for, oldest first
+    QSize m_windowSize; ///< the window's size as the window system last reported it
+    QPoint m_shownPartAt; ///< where in the frame the part the window shows now begins
     QRegion m_inputRegion;
     bool m_inputRegionSet = false;
     std::optional<QRegion> m_silhouette;

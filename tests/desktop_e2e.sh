@@ -183,3 +183,13 @@ xdotool mousemove $((nx + px + pw / 2)) $((ny + py - 40)) click 1
 within 30 '[ "$(clicks)" -gt "$before" ]' || fail "a click above her, inside her old panel, did not reach the window beneath"
 [ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-mutter-wayland.png"
 echo "PASS: on a Wayland session her window covers only what is drawn; clicks beside her reach the Wayland window"
+
+# Her menu cannot see a click on the Wayland window, but closes once the pointer went there; the click is not eaten.
+menus() { DISPLAY=$xwayland XAUTHORITY=$auth xdotool search --onlyvisible --class yuzuha | wc -l; }
+shown=$(menus)
+xdotool mousemove $((nx + px + pw / 2)) $((ny + py + ph - 170)) click 3
+within 30 '[ "$(menus)" -gt "$shown" ]' || fail "right-click opened no menu"
+before=$(clicks)
+xdotool mousemove $((nx + 200)) $((ny + 200)) click 1
+within 40 '[ "$(menus)" -eq "$shown" ] && [ "$(clicks)" -gt "$before" ]' || fail "her menu stayed open, or ate the click: $(menus) windows"
+echo "PASS: her menu closes when the pointer went to a Wayland window, and the click there reaches it"

@@ -108,8 +108,9 @@ PetController::PetController(Inputs inputs, QQmlEngine *engine, QObject *parent)
         menu->setAttribute(Qt::WA_DeleteOnClose);
         // Under a Wayland compositor her pointer grab cannot see a click elsewhere.
         if (m_panel->cropsToDrawn())
-            PopupDismissal::closeWhenLeft(menu);
-        menu->popup(at);
+            PopupDismissal::popupBeside(menu, at);
+        else
+            menu->popup(at);
     });
     connect(stage, &PetStageView::pointerMoved, this, &PetController::pointerMoved);
     connect(stage, &PetStageView::pointerLeft, this, &PetController::pointerLeft);

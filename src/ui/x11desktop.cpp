@@ -101,6 +101,17 @@ bool isXwayland()
     return present || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
+bool pointerOnAWindow()
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return true;
+    xcb_query_pointer_reply_t *reply = xcb_query_pointer_reply(c, xcb_query_pointer(c, rootWindow(c)), nullptr);
+    const bool onAWindow = !reply || reply->child != XCB_WINDOW_NONE;
+    std::free(reply);
+    return onAWindow;
+}
+
 bool compositorRunning()
 {
     // Off X11 transparency is the platform's business: count it as composited.
@@ -175,6 +186,10 @@ quint32 atom(const char *)
 bool isXwayland()
 {
     return false;
+}
+bool pointerOnAWindow()
+{
+    return true;
 }
 bool compositorRunning()
 {

@@ -20,6 +20,9 @@ quint32 atom(const char *name);
 /// Whether that X server is Xwayland: a Wayland compositor decides where the pointer goes, and it
 /// ignores the input shape of an X window, so only the window's own rectangle counts.
 bool isXwayland();
+/// Whether the X pointer is over any window but the root. Xwayland puts it on the root, where it
+/// was, once the pointer went to a Wayland window. True when not on X11.
+bool pointerOnAWindow();
 /// Whether a compositing manager owns the `_NET_WM_CM_S0` selection (always so off X11).
 bool compositorRunning();
 /// Whether an XEmbed tray owns the `_NET_SYSTEM_TRAY_S0` selection.

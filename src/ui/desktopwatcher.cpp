@@ -31,6 +31,13 @@ const QString notifierWatcherPath = u"/StatusNotifierWatcher"_s;
 const QString kwinService = u"org.kde.KWin"_s;
 const QString kwinCompositor = u"/Compositor"_s;
 const QString kwinCompositing = u"org.kde.kwin.Compositing"_s;
+
+QDBusMessage propertyGet(const QString &service, const QString &path, const QString &interface, const QString &name)
+{
+    QDBusMessage get = QDBusMessage::createMethodCall(service, path, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    get << interface << name;
+    return get;
+}
 } // namespace
 
 DesktopWatcher::DesktopWatcher(QObject *parent)
@@ -104,16 +111,14 @@ bool DesktopWatcher::notifierHostRegistered() const
         return false;
     // Qt asks the same before it makes a StatusNotifier item, and keeps the answer for the process's life:
     // an item made while no host is there becomes an XEmbed icon that no StatusNotifier panel shows.
-    QDBusMessage get = QDBusMessage::createMethodCall(notifierWatcherService, notifierWatcherPath, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-    get << notifierWatcherService << u"IsStatusNotifierHostRegistered"_s;
+    const QDBusMessage get = propertyGet(notifierWatcherService, notifierWatcherPath, notifierWatcherService, u"IsStatusNotifierHostRegistered"_s);
     const QDBusReply<QDBusVariant> reply = m_notifierWatcher->connection().call(get, QDBus::Block, notifierTimeoutMs);
     return reply.isValid() && reply.value().variant().toBool();
 }
 
 void DesktopWatcher::askKWin()
 {
-    QDBusMessage get = QDBusMessage::createMethodCall(kwinService, kwinCompositor, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-    get << kwinCompositing << u"active"_s;
+    QDBusMessage get = propertyGet(kwinService, kwinCompositor, kwinCompositing, u"active"_s);
     // Only a running KWin is asked; none is started for it.
     get.setAutoStartService(false);
     auto *call = new QDBusPendingCallWatcher(m_kwinWatcher->connection().asyncCall(get), this);

@@ -24,6 +24,11 @@ PetPanel::PetPanel(QWindow *parent)
     m_frameSize = size();
     m_stage->setSize(size());
     m_stage->setMover([this] { return m_frameTopLeft; }, [this](QPoint topLeft) { moveFrame(topLeft); });
+    // Before anyone reads where the drag left her.
+    connect(m_stage, &PetStageView::moved, this, [this] {
+        if (m_unmanaged)
+            placeWindow(m_frameTopLeft);
+    });
     // Under a Wayland compositor the window's rectangle, not its input shape, decides who gets a click.
     m_crop = X11Desktop::isXwayland();
     m_compositing = X11Desktop::compositorRunning();
@@ -175,9 +180,12 @@ void PetPanel::placeWindow(QPoint frameTopLeft)
     }
     if (!m_crop || !isVisible() || part.size() == m_windowSize)
         showScenePart(part);
+    // A window that is mapped anew to move would lose the pointer it is dragged by: it goes when the drag ends.
+    if (m_unmanaged && m_stage->isDragging())
+        return;
     const QRect window(frameTopLeft + part.topLeft(), part.size());
     if (window != geometry())
-        setGeometry(window);
+        X11Desktop::setGeometry(this, window);
     applyShapes();
 }
 
@@ -287,6 +295,10 @@ void PetPanel::showEvent(QShowEvent *event)
     // The native window exists but is not mapped yet: give it the shapes and the desktop state decided
     // while it had none. A window manager reads the state once, at the map that follows.
     m_mapping = true;
+    // Where the window manager could neither place her nor keep her above (weston's), she does without it.
+    m_unmanaged = X11Desktop::bypassWindowManager();
+    if (m_unmanaged != flags().testFlag(Qt::X11BypassWindowManagerHint))
+        setFlag(Qt::X11BypassWindowManagerHint, m_unmanaged);
     applyShapes();
     X11Desktop::setInitialState(this, X11Desktop::panelStates(m_allSpaces, flags().testFlag(Qt::WindowStaysOnTopHint)), m_allSpaces);
     QQuickWindow::showEvent(event);

@@ -96,5 +96,6 @@ private:
     bool m_mapping = false;
     bool m_justMapped = false;
     bool m_compositing = true;
+    bool m_unmanaged = false; ///< placed and stacked by herself, without the window manager
     std::optional<PassThrough::State> m_shapeState;
 };

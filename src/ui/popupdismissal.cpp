@@ -19,35 +19,15 @@ namespace
 class Watcher : public QObject
 {
 public:
-    explicit Watcher(QMenu *menu)
-        : QObject(menu)
+    Watcher(QObject *owner, std::function<void()> close)
+        : QObject(owner)
     {
         m_away.setSingleShot(true);
         m_away.setInterval(patience);
-        connect(&m_away, &QTimer::timeout, this, [] {
-            while (QWidget *popup = QApplication::activePopupWidget())
-                popup->close();
-        });
+        connect(&m_away, &QTimer::timeout, this, std::move(close));
         m_look.setInterval(lookInterval);
         connect(&m_look, &QTimer::timeout, this, &Watcher::look);
         m_look.start();
-        qApp->installEventFilter(this);
-    }
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        // Xwayland keeps an X pointer grab from hearing that the pointer went to a Wayland window: let
-        // the grab go, so the pointer is seen leaving. Clicks outside were never seen anyway.
-        if (event->type() == QEvent::Show) {
-            if (auto *menu = qobject_cast<QMenu *>(watched)) {
-                QTimer::singleShot(0, menu, [menu] {
-                    if (QWindow *window = menu->windowHandle())
-                        window->setMouseGrabEnabled(false);
-                });
-            }
-        }
-        return false;
     }
 
 private:
@@ -64,6 +44,32 @@ private:
 
     QTimer m_away;
     QTimer m_look;
+};
+
+// Xwayland keeps an X pointer grab from hearing that the pointer went to a Wayland window: the menus
+// let the grab go, so the pointer is seen leaving. Clicks outside were never seen anyway.
+class GrabRelease : public QObject
+{
+public:
+    explicit GrabRelease(QMenu *menu)
+        : QObject(menu)
+    {
+        qApp->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Show) {
+            if (auto *menu = qobject_cast<QMenu *>(watched)) {
+                QTimer::singleShot(0, menu, [menu] {
+                    if (QWindow *window = menu->windowHandle())
+                        window->setMouseGrabEnabled(false);
+                });
+            }
+        }
+        return false;
+    }
 };
 } // namespace
 
@@ -83,8 +89,17 @@ void popupBeside(QMenu *menu, QPoint pointer)
 {
     if (!menu)
         return;
-    new Watcher(menu);
+    new GrabRelease(menu);
+    closeWhenAway(menu, [] {
+        while (QWidget *popup = QApplication::activePopupWidget())
+            popup->close();
+    });
     const QScreen *screen = QGuiApplication::screenAt(pointer);
     menu->popup(besidePointer(pointer, menu->sizeHint(), screen ? screen->availableGeometry() : QRect()));
+}
+
+void closeWhenAway(QObject *owner, std::function<void()> close)
+{
+    new Watcher(owner, std::move(close));
 }
 } // namespace PopupDismissal

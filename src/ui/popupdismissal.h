@@ -4,8 +4,10 @@
 #include <QRect>
 
 #include <chrono>
+#include <functional>
 
 class QMenu;
+class QObject;
 
 /// Closes her popup menus where the window system cannot: under a Wayland compositor her X pointer
 /// grab never sees a click on a Wayland window, and keys go to that window too. What does reach
@@ -27,4 +29,8 @@ QPoint besidePointer(QPoint pointer, QSize size, const QRect &available);
 /// Opens `menu` beside `pointer` and watches it (and the submenus it opens) while it is open;
 /// closes them all once the pointer has been away from every window of hers for `patience`.
 void popupBeside(QMenu *menu, QPoint pointer);
+
+/// Calls `close` once the pointer has been away from every window of hers for `patience`, for as
+/// long as `owner` lives: for a window beside her that cannot hold the focus to lose it.
+void closeWhenAway(QObject *owner, std::function<void()> close);
 } // namespace PopupDismissal

@@ -3,6 +3,7 @@
 #include "dimensions.h"
 #include "passthrough.h"
 #include "pointerpresses.h"
+#include "popupdismissal.h"
 #include "sessionlistmodel.h"
 #include "sessionwatcher.h"
 #include "theme.h"
@@ -78,6 +79,8 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     // A transient window beside her, managed so it can take the focus, with no frame, taskbar entry or
     // shadow of the window manager's: the card draws its own.
     view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint);
+    // Beside her wherever she goes around the window manager, or it would be put elsewhere.
+    view->setFlag(Qt::X11BypassWindowManagerHint, X11Desktop::bypassWindowManager());
     view->setTransientParent(panel);
     if (blended) {
         QSurfaceFormat format = view->format();
@@ -118,7 +121,14 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     // Off the taskbar and the pager, on the desktop the user is looking at.
     X11Desktop::setInitialState(view, X11Desktop::panelStates(false, false), false);
     view->show();
-    view->requestActivate();
+    // A window around the window manager gets no keys under Xwayland, nor a focus to lose.
+    if (view->flags().testFlag(Qt::X11BypassWindowManagerHint))
+        PopupDismissal::closeWhenAway(view, [this, view] {
+            if (view == m_view)
+                close();
+        });
+    else
+        view->requestActivate();
     if (QQuickItem *root = view->rootObject())
         root->setProperty("open", true);
 }
@@ -221,7 +231,7 @@ void SessionsPopover::place()
     const QSize size(qRound(root->width()) - 2 * margin, qRound(root->height()) - 2 * margin);
     const QRect band(panel.topLeft(), QSize(panel.width(), qRound(Dimensions::bubbleBand())));
     const QRect frame = placement(m_anchor, band, size, Dimensions::popoverEdge(panel, available), available);
-    m_view->setGeometry(frame.adjusted(-margin, -margin, margin, margin));
+    X11Desktop::setGeometry(m_view, frame.adjusted(-margin, -margin, margin, margin));
     // The arrow points at the middle of her sprite.
     root->setProperty("arrowY", m_anchor.center().y() - frame.top() + margin);
     shape();

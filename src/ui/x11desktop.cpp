@@ -1,8 +1,10 @@
 #include "x11desktop.h"
 
 #include <QGuiApplication>
+#include <QScreen>
 #include <QWindow>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -98,7 +100,41 @@ bool isXwayland()
     xcb_query_extension_reply_t *reply = xcb_query_extension_reply(c, xcb_query_extension(c, uint16_t(std::strlen(name)), name), nullptr);
     const bool present = reply && reply->present;
     std::free(reply);
-    return present || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (present || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return true;
+    // Without the variable (a session started by hand), its screens still carry its name.
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    return screen && screen->name().startsWith(QLatin1StringView("XWAYLAND"));
+}
+
+bool bypassWindowManager()
+{
+    xcb_connection_t *c = connection();
+    if (!c || !isXwayland())
+        return false;
+    xcb_get_property_reply_t *reply
+        = xcb_get_property_reply(c, xcb_get_property(c, 0, rootWindow(c), atom(c, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, 1024), nullptr);
+    bool bypass = false;
+    if (reply && reply->format == 32) {
+        const auto *atoms = static_cast<const xcb_atom_t *>(xcb_get_property_value(reply));
+        const int count = xcb_get_property_value_length(reply) / 4;
+        bypass = count > 0 && std::find(atoms, atoms + count, atom(c, "_NET_WM_STATE_ABOVE")) == atoms + count;
+    }
+    std::free(reply);
+    return bypass;
+}
+
+void setGeometry(QWindow *window, const QRect &rect)
+{
+    const bool moves = rect.topLeft() != window->geometry().topLeft();
+    window->setGeometry(rect);
+    xcb_connection_t *c = connection();
+    if (!c || !moves || !window->isVisible() || !window->flags().testFlag(Qt::X11BypassWindowManagerHint) || !isXwayland())
+        return;
+    const auto id = xcb_window_t(window->winId());
+    xcb_unmap_window(c, id);
+    xcb_map_window(c, id);
+    xcb_flush(c);
 }
 
 bool pointerOnAWindow()
@@ -186,6 +222,14 @@ quint32 atom(const char *)
 bool isXwayland()
 {
     return false;
+}
+bool bypassWindowManager()
+{
+    return false;
+}
+void setGeometry(QWindow *window, const QRect &rect)
+{
+    window->setGeometry(rect);
 }
 bool pointerOnAWindow()
 {

@@ -1,7 +1,8 @@
 #!/bin/sh
-# desktop_e2e.sh x11|wayland path/to/yuzuha: Yuzuha on real desktops, driven from outside as a person would.
+# desktop_e2e.sh x11|wayland|weston path/to/yuzuha: Yuzuha on real desktops, driven from outside as a person would.
 # x11: openbox and picom on Xvfb, a tray (trayer) that starts after her; wayland: nested mutter, she on its
-# Xwayland over a Wayland window. Ends by PID only what it started; a missing desktop skips. within()'s
+# Xwayland over a Wayland window; weston: the same on weston, whose window manager she goes around.
+# Ends by PID only what it started; a missing desktop skips. within()'s
 # conditions are expanded when they run, so they are single-quoted on purpose.
 # shellcheck disable=SC2016,SC2034,SC2154,SC2317
 set -eu
@@ -9,11 +10,12 @@ mode=$1
 app=$2
 
 need() { for tool in "$@"; do command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }; done; }
-need Xvfb xdotool xprop xwininfo xdpyinfo convert display
+need Xvfb xdotool xprop xwininfo xdpyinfo convert compare display
 case "$mode" in
 x11) need openbox picom trayer ;;
 wayland) need mutter weston-eventdemo dbus-daemon Xwayland ;;
-*) echo "usage: desktop_e2e.sh x11|wayland path/to/yuzuha" >&2; exit 2 ;;
+weston) need weston weston-eventdemo Xwayland ;;
+*) echo "usage: desktop_e2e.sh x11|wayland|weston path/to/yuzuha" >&2; exit 2 ;;
 esac
 
 work=$(mktemp -d)
@@ -145,23 +147,33 @@ if [ "$mode" = x11 ]; then
     exit 0
 fi
 
-# Wayland: mutter nested in the Xvfb window, a Wayland client filling it, she on mutter's Xwayland.
+# Wayland: a compositor nested in the Xvfb window, a Wayland client filling it, she on its Xwayland.
 mkdir -p "$work/run" && chmod 700 "$work/run"
 export XDG_RUNTIME_DIR="$work/run"
-dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" 2> "$work/dbus.log" & started $!
-within 50 '[ -s "$work/bus" ]' || fail "no session bus"
-export DBUS_SESSION_BUS_ADDRESS="unix:path=$work/run/bus"
 socket="wl-e2e-$$"
-mutter --nested --wayland --wayland-display "$socket" > "$work/mutter.log" 2>&1 & started $!
-within 150 'grep -q "Using public X11 display" "$work/mutter.log" && ls "$work"/run/.mutter-Xwaylandauth.* > /dev/null 2>&1' ||
-    fail "mutter did not start: $(tail -3 "$work/mutter.log")"
-xwayland=$(sed -n 's/.*Using public X11 display \(:[0-9]*\).*/\1/p' "$work/mutter.log" | head -1)
-auth=$(find "$work/run" -maxdepth 1 -name '.mutter-Xwaylandauth.*' | head -1)
+auth=
+if [ "$mode" = wayland ]; then
+    dbus-daemon --session --nofork --print-address=3 --address="unix:path=$work/run/bus" 3> "$work/bus" 2> "$work/dbus.log" & started $!
+    within 50 '[ -s "$work/bus" ]' || fail "no session bus"
+    export DBUS_SESSION_BUS_ADDRESS="unix:path=$work/run/bus"
+    mutter --nested --wayland --wayland-display "$socket" > "$work/compositor.log" 2>&1 & started $!
+    within 150 'grep -q "Using public X11 display" "$work/compositor.log" && ls "$work"/run/.mutter-Xwaylandauth.* > /dev/null 2>&1' ||
+        fail "mutter did not start: $(tail -3 "$work/compositor.log")"
+    xwayland=$(sed -n 's/.*Using public X11 display \(:[0-9]*\).*/\1/p' "$work/compositor.log" | head -1)
+    auth=$(find "$work/run" -maxdepth 1 -name '.mutter-Xwaylandauth.*' | head -1)
+    desktop=mutter title=mutter
+else
+    weston --backend=x11-backend.so --width=1280 --height=800 --xwayland --socket="$socket" > "$work/compositor.log" 2>&1 & started $!
+    within 150 'grep -q "xserver listening on display" "$work/compositor.log" && [ -S "$work/run/$socket" ]' ||
+        fail "weston did not start: $(tail -3 "$work/compositor.log")"
+    xwayland=$(sed -n 's/.*xserver listening on display \(:[0-9]*\).*/\1/p' "$work/compositor.log" | head -1)
+    desktop=weston title='Weston Compositor'
+fi
 WAYLAND_DISPLAY=$socket stdbuf -oL weston-eventdemo --log-button --width=1400 --height=900 > "$work/events.log" 2>&1 & started $!
 within 50 'grep -q . "$work/events.log" || true; sleep 1; true'
 # The nested compositor's own window on Xvfb: where its outputs's pixels are.
-nested=$(xdotool search --name '^mutter' | head -1)
-[ -n "$nested" ] || nested=$(xwininfo -root -tree | awk '/"mutter"/ { print $1; exit }')
+nested=$(xwininfo -root -tree | awk -v t="\"$title" 'index($0, t) { print $1; exit }')
+[ -n "$nested" ] || fail "no window of $desktop on Xvfb"
 eval "$(geometry "$nested" n)"
 
 DISPLAY=$xwayland XAUTHORITY=$auth WAYLAND_DISPLAY=$socket XDG_SESSION_TYPE=wayland sh -c '
@@ -178,18 +190,46 @@ echo "her window on Xwayland: ${pw}x${ph}+$px+$py (the panel is 270x372)"
 { [ "$pw" -lt 270 ] && [ "$ph" -lt 372 ]; } || fail "her window still covers the whole panel: ${pw}x${ph}"
 # A point of the panel her old window covered, beside her figure: the Wayland window beneath gets the click.
 clicks() { grep -c 'button: 272, state: pressed' "$work/events.log" || true; }
+# The pointer travels there as a hand moves it, in steps: a compositor only tells a window it has the pointer on motion.
+glide() {
+    eval "$(xdotool getmouselocation --shell)"
+    for step in 1 2 3 4 5 6 7 8; do xdotool mousemove $((X + ($1 - X) * step / 8)) $((Y + ($2 - Y) * step / 8)) && sleep 0.03; done
+}
 before=$(clicks)
-xdotool mousemove $((nx + px + pw / 2)) $((ny + py - 40)) click 1
+glide $((nx + px + pw / 2)) $((ny + py - 40)) && xdotool click 1
 within 30 '[ "$(clicks)" -gt "$before" ]' || fail "a click above her, inside her old panel, did not reach the window beneath"
-[ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-mutter-wayland.png"
+[ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-$desktop-wayland.png"
 echo "PASS: on a Wayland session her window covers only what is drawn; clicks beside her reach the Wayland window"
 
 # Her menu cannot see a click on the Wayland window, but closes once the pointer went there; the click is not eaten.
 menus() { DISPLAY=$xwayland XAUTHORITY=$auth xdotool search --onlyvisible --class yuzuha | wc -l; }
 shown=$(menus)
-xdotool mousemove $((nx + px + pw / 2)) $((ny + py + ph - 170)) click 3
+glide $((nx + px + pw / 2)) $((ny + py + ph - 170)) && sleep 0.3 && xdotool click 3
 within 30 '[ "$(menus)" -gt "$shown" ]' || fail "right-click opened no menu"
 before=$(clicks)
-xdotool mousemove $((nx + 200)) $((ny + 200)) click 1
+glide $((nx + 200)) $((ny + 200)) && xdotool click 1
 within 40 '[ "$(menus)" -eq "$shown" ] && [ "$(clicks)" -gt "$before" ]' || fail "her menu stayed open, or ate the click: $(menus) windows"
 echo "PASS: her menu closes when the pointer went to a Wayland window, and the click there reaches it"
+[ "$mode" = weston ] || exit 0
+
+# weston's window manager would put her elsewhere, under other windows, and not move her: a drag takes her,
+# drawn above the Wayland window that just took the clicks, from where she stood to where she was dropped.
+shot() { import -window root -crop "${pw}x${ph}+$((nx + $1))+$((ny + $2))" "$work/$3.png"; }
+changed() { compare -metric AE "$work/$1.png" "$work/$2.png" null: 2>&1 | awk '{ printf "%d", $1 }'; }
+shot "$px" "$py" old-before && shot $((px - 300)) $((py - 200)) new-before
+fromx=$((nx + px + pw / 2)) fromy=$((ny + py + ph - 170))
+glide $fromx $fromy && sleep 0.3 && xdotool mousemove $((fromx + 1)) $fromy && sleep 0.2 && xdotool mousedown 1 && sleep 0.2
+for step in 1 2 3 4 5 6 7 8 9 10; do xdotool mousemove $((fromx - step * 30)) $((fromy - step * 20)) && sleep 0.05; done
+xdotool mouseup 1
+# Her bottom centre is where the window stays put when the bubble comes and goes.
+near() { [ $(($1 - $2)) -le 3 ] && [ $(($2 - $1)) -le 3 ]; }
+within 30 'eval "$(DISPLAY=$xwayland geometry "$pet" d)"; near $((dx + dw / 2)) $((px + pw / 2 - 300)) && near $((dy + dh)) $((py + ph - 200))' ||
+    fail "a drag by (-300, -200) did not move her window there: ${dw}x${dh}+$dx+$dy"
+grep -q '^petOrigin=' "$home/.config/Yuzuha/Yuzuha.conf" || fail "the place she was dragged to was not kept"
+glide $((nx + 100)) $((ny + ph)) && sleep 1.5
+shot "$px" "$py" old-after && shot $((px - 300)) $((py - 200)) new-after
+[ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-weston-dragged.png"
+left=$(changed old-before old-after) arrived=$(changed new-before new-after)
+echo "pixels changed where she stood: $left, where she was dropped: $arrived"
+{ [ "$left" -gt 3000 ] && [ "$arrived" -gt 3000 ]; } || fail "she is not drawn where she was dropped"
+echo "PASS: on weston a drag takes her where she is dropped, drawn above the Wayland window"

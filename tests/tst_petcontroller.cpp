@@ -2,6 +2,7 @@
 #include "petmodel.h"
 #include "petpanel.h"
 #include "petstageview.h"
+#include "popupdismissal.h"
 #include "qmlregistration.h"
 
 #include <QApplication>
@@ -159,6 +160,27 @@ private Q_SLOTS:
         const QRect sprite = f.controller->stage()->spriteRect().translated(f.controller->panel()->position()).toAlignedRect();
         QCOMPARE(sessions.first().first().toRect(), sprite);
         QVERIFY(!f.controller->model()->announcing());
+    }
+
+    // On a Wayland session her menu opens beside the pointer, never under it, and stays on the screen.
+    void menuBesidePointer_data()
+    {
+        QTest::addColumn<QPoint>("pointer");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QPoint>("corner");
+        const QSize menu(120, 200);
+        QTest::addRow("room right and below") << QPoint(100, 100) << menu << QPoint(101, 101);
+        QTest::addRow("at the right edge: left of it") << QPoint(1200, 100) << menu << QPoint(1080, 101);
+        QTest::addRow("at the bottom: above it") << QPoint(100, 700) << menu << QPoint(101, 500);
+        QTest::addRow("in the bottom-right corner") << QPoint(1279, 799) << menu << QPoint(1159, 599);
+        QTest::addRow("taller than the screen: from its top") << QPoint(100, 150) << QSize(120, 900) << QPoint(101, 0);
+    }
+    void menuBesidePointer()
+    {
+        QFETCH(QPoint, pointer);
+        QFETCH(QSize, size);
+        QFETCH(QPoint, corner);
+        QCOMPARE(PopupDismissal::besidePointer(pointer, size, QRect(0, 0, 1280, 800)), corner);
     }
 
     void contextMenu()

@@ -5,6 +5,7 @@
 
 #include <QQuickItem>
 #include <QResizeEvent>
+#include <QScreen>
 
 #include <algorithm>
 
@@ -109,7 +110,14 @@ void PetPanel::updateSilhouette()
 QRect PetPanel::coveredPart() const
 {
     const QRect whole(QPoint(0, 0), m_frameSize);
-    return m_crop && !m_drawnPart.isEmpty() ? m_drawnPart & whole : whole;
+    if (!m_crop || m_drawnPart.isEmpty())
+        return whole;
+    const QRect drawn = m_drawnPart & whole;
+    // KWin keeps a window inside the screens and would push one that reaches past an edge back in, her with it;
+    // what lies beyond the screens is not seen anyway. Wholly off them, she asks for all and the window manager decides.
+    const QScreen *on = screen();
+    const QRect seen = on ? drawn & on->virtualGeometry().translated(-m_frameTopLeft) : drawn;
+    return seen.isEmpty() ? drawn : seen;
 }
 
 QRect PetPanel::restingPart() const

@@ -75,6 +75,7 @@ private:
     void applyShapes();
     void updateSilhouette();
     void watchOverlayItem(const char *name);
+    QRectF overlayFrame(const QQuickItem *item) const;
     void placeWindow(QPoint frameTopLeft);
     void showScenePart(const QRect &part);
     QRegion toWindow(const QRegion &frameDevice) const;

@@ -179,6 +179,9 @@ void PetPanel::setCropToDrawn(bool on)
     const QPoint frameTopLeft = frame().topLeft();
     m_crop = on;
     placeWindow(frameTopLeft);
+    // What takes the pointer above her depends on it too.
+    if (m_shapeState)
+        updateShapes(*m_shapeState);
 }
 
 void PetPanel::setDrawnPart(const QRect &part)

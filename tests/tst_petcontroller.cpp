@@ -232,6 +232,21 @@ private Q_SLOTS:
         f.prefs.setPercentTag(false);
         QTRY_VERIFY(!shown(u"bubble"_s) && !shown(u"tag"_s));
     }
+
+    // Where her window's rectangle takes every click (Wayland sessions): it stays on the screens, or a window manager
+    // moves it and her with it, and while the bubble is up only the bubble takes the pointer above her.
+    void croppedWindow()
+    {
+        Fixture f;
+        PetPanel *panel = f.controller->panel();
+        panel->setCropToDrawn(true);
+        panel->moveFrame(panel->screen()->virtualGeometry().topLeft() - QPoint(40, 10));
+        QVERIFY(f.controller->model()->announcing());
+        QCOMPARE(panel->coveredPart().topLeft(), QPoint(40, 10));
+        const QQuickItem *bubble = panel->overlay()->findChild<QQuickItem *>(u"bubble"_s);
+        QVERIFY(panel->inputRegion().contains(bubble->mapToItem(panel->overlay(), QPointF(bubble->width() / 2, 4)).toPoint()));
+        QVERIFY(!panel->inputRegion().contains(QPoint(3, 3)));
+    }
 };
 
 QTEST_MAIN(TestPetController)

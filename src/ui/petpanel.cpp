@@ -5,6 +5,7 @@
 
 #include <QQuickItem>
 #include <QResizeEvent>
+#include <QScreen>
 
 #include <algorithm>
 
@@ -60,21 +61,48 @@ void PetPanel::setOverlay(QQuickItem *overlay)
 
 void PetPanel::watchOverlayItem(const char *name)
 {
-    // The bubble and the tag change size with their text.
+    // The bubble and the tag change size with their text, and the bubble its place with its size.
     if (auto *item = m_overlay->findChild<QQuickItem *>(QLatin1StringView(name))) {
         const auto changed = [this] {
-            if (!m_compositing)
+            if (m_crop && m_shapeState)
+                updateShapes(*m_shapeState);
+            else if (!m_compositing)
                 updateSilhouette();
         };
         connect(item, &QQuickItem::widthChanged, this, changed);
         connect(item, &QQuickItem::heightChanged, this, changed);
+        connect(item, &QQuickItem::xChanged, this, changed);
+        connect(item, &QQuickItem::yChanged, this, changed);
     }
+}
+
+QRectF PetPanel::overlayFrame(const QQuickItem *item) const
+{
+    // Its frame in the scene without the bubble's pop-in scale: where it comes to rest.
+    return QRectF(item->parentItem()->mapToItem(m_overlay, item->position()), item->size());
 }
 
 void PetPanel::updateShapes(const PassThrough::State &state)
 {
     m_shapeState = state;
-    setInputRegion(PassThrough::inputRegion(state, m_stage->mask(), m_stage->spriteRect(), m_stage->scale()));
+    // Xwayland need not tell her that the pointer left for another program's window across pixels of hers that take
+    // the pointer, and the bubble would stay: in its band only the bubble takes it, so the way out crosses clear pixels.
+    const QQuickItem *bubble = m_overlay ? m_overlay->findChild<QQuickItem *>(QStringLiteral("bubble")) : nullptr;
+    const bool bubbleOnly = m_crop && state.bubbleUp() && bubble;
+    PassThrough::State shaped = state;
+    if (bubbleOnly)
+        shaped.announcing = shaped.hovering = false;
+    const qreal dpr = m_stage->scale();
+    QRegion input = PassThrough::inputRegion(shaped, m_stage->mask(), m_stage->spriteRect(), dpr);
+    if (bubbleOnly) {
+        const QRectF frame = overlayFrame(bubble);
+        QRect taking = QRectF(frame.topLeft() * dpr, frame.size() * dpr).toAlignedRect();
+        // Down to the top of her hair, so the way from her to the bubble takes the pointer throughout.
+        if (!input.isEmpty())
+            taking.setBottom(std::max(taking.bottom(), input.boundingRect().top()));
+        input += taking;
+    }
+    setInputRegion(input);
     setDrawnPart(PassThrough::drawnPart(state, m_stage->figureRect()));
     updateSilhouette();
 }
@@ -95,17 +123,15 @@ void PetPanel::updateSilhouette()
     }
     QList<PassThrough::RoundedRect> rounded;
     if (m_overlay) {
-        // Their frames in the scene without the bubble's pop-in scale: the clip is where they come to rest.
-        const auto frameOf = [this](const QQuickItem *item) { return QRectF(item->parentItem()->mapToItem(m_overlay, item->position()), item->size()); };
         const auto *tag = m_overlay->findChild<QQuickItem *>(QStringLiteral("tag"));
         if (tag && m_shapeState->percentTag)
-            rounded.append({ frameOf(tag), tag->property("radius").toReal() });
+            rounded.append({ overlayFrame(tag), tag->property("radius").toReal() });
         const auto *bubble = m_overlay->findChild<QQuickItem *>(QStringLiteral("bubble"));
         if (bubble && m_shapeState->bubbleUp()) {
             qreal radius = 0;
             for (const QQuickItem *child : bubble->childItems())
                 radius = std::max(radius, child->property("radius").toReal());
-            rounded += PassThrough::bubbleOutline(frameOf(bubble), radius, bubble->property("tail").toReal());
+            rounded += PassThrough::bubbleOutline(overlayFrame(bubble), radius, bubble->property("tail").toReal());
         }
     }
     setSilhouette(PassThrough::silhouette(m_stage->mask(), m_stage->drawnSpriteRect(), rounded, m_stage->scale()));
@@ -114,7 +140,14 @@ void PetPanel::updateSilhouette()
 QRect PetPanel::coveredPart() const
 {
     const QRect whole(QPoint(0, 0), m_frameSize);
-    return m_crop && !m_drawnPart.isEmpty() ? m_drawnPart & whole : whole;
+    if (!m_crop || m_drawnPart.isEmpty())
+        return whole;
+    const QRect drawn = m_drawnPart & whole;
+    // KWin keeps a window inside the screens and would push one that reaches past an edge back in, her with it;
+    // what lies beyond the screens is not seen anyway. Wholly off them, she asks for all and the window manager decides.
+    const QScreen *on = screen();
+    const QRect seen = on ? drawn & on->virtualGeometry().translated(-m_frameTopLeft) : drawn;
+    return seen.isEmpty() ? drawn : seen;
 }
 
 QRect PetPanel::restingPart() const
@@ -151,6 +184,9 @@ void PetPanel::setCropToDrawn(bool on)
     const QPoint frameTopLeft = frame().topLeft();
     m_crop = on;
     placeWindow(frameTopLeft);
+    // What takes the pointer above her depends on it too.
+    if (m_shapeState)
+        updateShapes(*m_shapeState);
 }
 
 void PetPanel::setDrawnPart(const QRect &part)

@@ -39,9 +39,9 @@ public:
     /// Whether the window shrinks to the drawn part of the frame.
     void setCropToDrawn(bool on);
     bool cropsToDrawn() const { return m_crop; }
-    /// The part of the frame that is drawn now (frame coordinates); the window covers at least this.
+    /// The part of the frame that is drawn now (frame coordinates); the window covers what of it is on the screens.
     void setDrawnPart(const QRect &part);
-    /// The part of the frame the window covers (frame coordinates).
+    /// The part of the frame the window covers (frame coordinates): when cropped, what is drawn and on the screens.
     QRect coveredPart() const;
     /// Her figure and tag without the bubble (frame coordinates): what a panel must not cover.
     QRect restingPart() const;
@@ -75,6 +75,7 @@ private:
     void applyShapes();
     void updateSilhouette();
     void watchOverlayItem(const char *name);
+    QRectF overlayFrame(const QQuickItem *item) const;
     void placeWindow(QPoint frameTopLeft);
     void showScenePart(const QRect &part);
     QRegion toWindow(const QRegion &frameDevice) const;

@@ -39,13 +39,6 @@ within() {
     done
 }
 
-free_display() {
-    for n in $(seq 63 79) $(seq 100 140); do
-        [ -e "/tmp/.X$n-lock" ] || [ -e "/tmp/.X11-unix/X$n" ] || { echo ":$n"; return; }
-    done
-    echo "no free X display" >&2 && exit 1
-}
-
 # A scratch home: settings that skip the welcome, and a private runtime folder for the instance socket.
 home=$work/home
 mkdir -p "$home/.config/Yuzuha" "$home/tmp" "$home/run" && chmod 700 "$home/run"
@@ -56,10 +49,11 @@ start_yuzuha() {
     within 100 'pet=$(xdotool search --onlyvisible --name "^Yuzuha\$" 2>/dev/null | head -1); [ -n "$pet" ]' || fail "her window did not appear"
 }
 
-screen=$(free_display)
-Xvfb "$screen" -screen 0 1280x800x24 -nolisten tcp > /dev/null 2>&1 & started $!
+# The server takes a free display itself and names it: runs side by side never share one.
+Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3> "$work/display" > /dev/null 2>&1 & started $!
+within 50 '[ -s "$work/display" ]' || fail "Xvfb did not start"
+screen=":$(head -1 "$work/display")"
 export DISPLAY="$screen"
-within 50 'xdpyinfo > /dev/null 2>&1' || fail "Xvfb did not start"
 shot_display=$screen
 # A coloured desktop, so a black box around her would show.
 convert -size 1280x800 xc:'#5a7da0' "$work/desktop.png"
@@ -163,7 +157,9 @@ if [ "$mode" = wayland ]; then
     auth=$(find "$work/run" -maxdepth 1 -name '.mutter-Xwaylandauth.*' | head -1)
     desktop=mutter title=mutter
 else
-    weston --backend=x11-backend.so --width=1280 --height=800 --xwayland --socket="$socket" > "$work/compositor.log" 2>&1 & started $!
+    # Its window leaves a margin of the screen free: weston follows the pointer only after it entered that window.
+    xdotool mousemove 1279 799
+    weston --backend=x11-backend.so --width=1240 --height=760 --xwayland --socket="$socket" > "$work/compositor.log" 2>&1 & started $!
     within 150 'grep -q "xserver listening on display" "$work/compositor.log" && [ -S "$work/run/$socket" ]' ||
         fail "weston did not start: $(tail -3 "$work/compositor.log")"
     xwayland=$(sed -n 's/.*xserver listening on display \(:[0-9]*\).*/\1/p' "$work/compositor.log" | head -1)
@@ -196,7 +192,8 @@ glide() {
     for step in 1 2 3 4 5 6 7 8; do xdotool mousemove $((X + ($1 - X) * step / 8)) $((Y + ($2 - Y) * step / 8)) && sleep 0.03; done
 }
 before=$(clicks)
-glide $((nx + px + pw / 2)) $((ny + py - 40)) && xdotool click 1
+# From the far side, so the way there does not cross her and bring her bubble up.
+glide $((nx + 200)) $((ny + 200)) && glide $((nx + px + pw / 2)) $((ny + py - 40)) && xdotool click 1
 within 30 '[ "$(clicks)" -gt "$before" ]' || fail "a click above her, inside her old panel, did not reach the window beneath"
 [ -n "${YUZUHA_E2E_SHOTS:-}" ] && import -window root "$YUZUHA_E2E_SHOTS/desktop-$desktop-wayland.png"
 echo "PASS: on a Wayland session her window covers only what is drawn; clicks beside her reach the Wayland window"

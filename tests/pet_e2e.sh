@@ -20,13 +20,10 @@ mkdir -p "$home/.claude/projects/-work-billing-api"
 printf '{"type":"assistant","cwd":"/work/billing-api","message":{"model":"claude-sonnet-4-5","usage":{"input_tokens":2000,"cache_creation_input_tokens":10000,"cache_read_input_tokens":80000,"output_tokens":40}}}\n' \
     > "$home/.claude/projects/-work-billing-api/session.jsonl"
 
-display=
-for n in $(seq 57 99); do
-    if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then display=":$n"; break; fi
-done
-[ -n "$display" ] || { echo "no free X display"; exit 1; }
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 & xvfb=$! i=0
-until xdpyinfo -display "$display" >/dev/null 2>&1 || [ $i -ge 50 ]; do sleep 0.1; i=$((i + 1)); done
+# The server takes a free display itself and names it: runs side by side never share one.
+Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$home/display" >/dev/null 2>&1 & xvfb=$! i=0
+until [ -s "$home/display" ] || [ $i -ge 50 ]; do sleep 0.1; i=$((i + 1)); done
+display=":$(head -1 "$home/display")"
 
 # Private runtime and temporary folders keep the single-instance socket apart from any Yuzuha already running.
 mkdir -p "$home/tmp" && mkdir -m 700 "$home/run"

@@ -27,7 +27,7 @@ PetPanel::PetPanel(QWindow *parent)
     m_stage->setMover([this] { return m_frameTopLeft; }, [this](QPoint topLeft) { moveFrame(topLeft); });
     // Before anyone reads where the drag left her.
     connect(m_stage, &PetStageView::moved, this, [this] {
-        if (m_unmanaged)
+        if (m_placement == X11Desktop::Placement::herselfAtMap)
             placeWindow(m_frameTopLeft);
     });
     // Under a Wayland compositor the window's rectangle, not its input shape, decides who gets a click.
@@ -217,11 +217,11 @@ void PetPanel::placeWindow(QPoint frameTopLeft)
     if (!m_crop || !isVisible() || part.size() == m_windowSize)
         showScenePart(part);
     // A window that is mapped anew to move would lose the pointer it is dragged by: it goes when the drag ends.
-    if (m_unmanaged && m_stage->isDragging())
+    if (m_placement == X11Desktop::Placement::herselfAtMap && m_stage->isDragging())
         return;
     const QRect window(frameTopLeft + part.topLeft(), part.size());
     if (window != geometry())
-        X11Desktop::setGeometry(this, window);
+        X11Desktop::setGeometry(this, window, m_placement);
     applyShapes();
 }
 
@@ -332,9 +332,9 @@ void PetPanel::showEvent(QShowEvent *event)
     // while it had none. A window manager reads the state once, at the map that follows.
     m_mapping = true;
     // Where the window manager could neither place her nor keep her above (weston's), she does without it.
-    m_unmanaged = X11Desktop::bypassWindowManager();
-    if (m_unmanaged != flags().testFlag(Qt::X11BypassWindowManagerHint))
-        setFlag(Qt::X11BypassWindowManagerHint, m_unmanaged);
+    m_placement = X11Desktop::placement();
+    if (const bool bypass = m_placement != X11Desktop::Placement::windowManager; bypass != flags().testFlag(Qt::X11BypassWindowManagerHint))
+        setFlag(Qt::X11BypassWindowManagerHint, bypass);
     applyShapes();
     X11Desktop::setInitialState(this, X11Desktop::panelStates(m_allSpaces, flags().testFlag(Qt::WindowStaysOnTopHint)), m_allSpaces);
     QQuickWindow::showEvent(event);

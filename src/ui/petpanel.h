@@ -1,6 +1,7 @@
 #pragma once
 
 #include "passthrough.h"
+#include "x11desktop.h"
 
 #include <QQuickWindow>
 #include <QRegion>
@@ -97,6 +98,6 @@ private:
     bool m_mapping = false;
     bool m_justMapped = false;
     bool m_compositing = true;
-    bool m_unmanaged = false; ///< placed and stacked by herself, without the window manager
+    X11Desktop::Placement m_placement = X11Desktop::Placement::windowManager;
     std::optional<PassThrough::State> m_shapeState;
 };

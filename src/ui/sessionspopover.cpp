@@ -80,7 +80,8 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     // shadow of the window manager's: the card draws its own.
     view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint);
     // Beside her wherever she goes around the window manager, or it would be put elsewhere.
-    view->setFlag(Qt::X11BypassWindowManagerHint, X11Desktop::bypassWindowManager());
+    m_placement = X11Desktop::placement();
+    view->setFlag(Qt::X11BypassWindowManagerHint, m_placement != X11Desktop::Placement::windowManager);
     view->setTransientParent(panel);
     if (blended) {
         QSurfaceFormat format = view->format();
@@ -231,7 +232,7 @@ void SessionsPopover::place()
     const QSize size(qRound(root->width()) - 2 * margin, qRound(root->height()) - 2 * margin);
     const QRect band(panel.topLeft(), QSize(panel.width(), qRound(Dimensions::bubbleBand())));
     const QRect frame = placement(m_anchor, band, size, Dimensions::popoverEdge(panel, available), available);
-    X11Desktop::setGeometry(m_view, frame.adjusted(-margin, -margin, margin, margin));
+    X11Desktop::setGeometry(m_view, frame.adjusted(-margin, -margin, margin, margin), m_placement);
     // The arrow points at the middle of her sprite.
     root->setProperty("arrowY", m_anchor.center().y() - frame.top() + margin);
     shape();

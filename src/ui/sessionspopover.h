@@ -1,5 +1,7 @@
 #pragma once
 
+#include "x11desktop.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QQuickView>
@@ -99,4 +101,5 @@ private:
     bool m_wasActive = false;
     bool m_reduceMotion = false;
     bool m_compositing = true;
+    X11Desktop::Placement m_placement = X11Desktop::Placement::windowManager;
 };

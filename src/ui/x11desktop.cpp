@@ -107,29 +107,43 @@ bool isXwayland()
     return screen && screen->name().startsWith(QLatin1StringView("XWAYLAND"));
 }
 
-bool bypassWindowManager()
+Placement placement()
 {
     xcb_connection_t *c = connection();
     if (!c || !isXwayland())
-        return false;
-    xcb_get_property_reply_t *reply
-        = xcb_get_property_reply(c, xcb_get_property(c, 0, rootWindow(c), atom(c, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, 1024), nullptr);
-    bool bypass = false;
+        return Placement::windowManager;
+    const xcb_window_t root = rootWindow(c);
+    xcb_get_property_reply_t *reply = xcb_get_property_reply(c, xcb_get_property(c, 0, root, atom(c, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, 1024), nullptr);
+    bool keepsAbove = true;
     if (reply && reply->format == 32) {
         const auto *atoms = static_cast<const xcb_atom_t *>(xcb_get_property_value(reply));
         const int count = xcb_get_property_value_length(reply) / 4;
-        bypass = count > 0 && std::find(atoms, atoms + count, atom(c, "_NET_WM_STATE_ABOVE")) == atoms + count;
+        keepsAbove = count == 0 || std::find(atoms, atoms + count, atom(c, "_NET_WM_STATE_ABOVE")) != atoms + count;
     }
     std::free(reply);
-    return bypass;
+    if (keepsAbove)
+        return Placement::windowManager;
+    // The window manager names itself on the window its check property points at.
+    QByteArray name;
+    reply = xcb_get_property_reply(c, xcb_get_property(c, 0, root, atom(c, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1), nullptr);
+    if (reply && xcb_get_property_value_length(reply) == 4) {
+        const xcb_window_t check = *static_cast<xcb_window_t *>(xcb_get_property_value(reply));
+        xcb_get_property_reply_t *named
+            = xcb_get_property_reply(c, xcb_get_property(c, 0, check, atom(c, "_NET_WM_NAME"), XCB_GET_PROPERTY_TYPE_ANY, 0, 64), nullptr);
+        if (named)
+            name = QByteArray(static_cast<const char *>(xcb_get_property_value(named)), xcb_get_property_value_length(named));
+        std::free(named);
+    }
+    std::free(reply);
+    return name == "Weston WM" ? Placement::herselfAtMap : Placement::herself;
 }
 
-void setGeometry(QWindow *window, const QRect &rect)
+void setGeometry(QWindow *window, const QRect &rect, Placement placement)
 {
     const bool moves = rect.topLeft() != window->geometry().topLeft();
     window->setGeometry(rect);
     xcb_connection_t *c = connection();
-    if (!c || !moves || !window->isVisible() || !window->flags().testFlag(Qt::X11BypassWindowManagerHint) || !isXwayland())
+    if (!c || !moves || !window->isVisible() || placement != Placement::herselfAtMap)
         return;
     const auto id = xcb_window_t(window->winId());
     xcb_unmap_window(c, id);
@@ -223,11 +237,11 @@ bool isXwayland()
 {
     return false;
 }
-bool bypassWindowManager()
+Placement placement()
 {
-    return false;
+    return Placement::windowManager;
 }
-void setGeometry(QWindow *window, const QRect &rect)
+void setGeometry(QWindow *window, const QRect &rect, Placement)
 {
     window->setGeometry(rect);
 }

@@ -20,14 +20,20 @@ quint32 atom(const char *name);
 /// Whether that X server is Xwayland: a Wayland compositor decides where the pointer goes, and it
 /// ignores the input shape of an X window, so only the window's own rectangle counts.
 bool isXwayland();
-/// Whether her floating windows go around the X window manager. Under Xwayland, one that cannot keep
-/// a window above others (weston's lists no `_NET_WM_STATE_ABOVE`) also ignores where a window asks
-/// to be and wraps it in a shadow margin; an unmanaged window the compositor shows where it asks,
-/// above its own windows. No window manager yet counts as a full one.
-bool bypassWindowManager();
-/// Gives `window` the geometry `rect`. A window that goes around the window manager under Xwayland is
-/// also mapped anew when it moves: weston 10 puts such a window in place only when it is mapped.
-void setGeometry(QWindow *window, const QRect &rect);
+/// Who puts her floating windows (her own and her popover) in place.
+enum class Placement {
+    windowManager, ///< the X window manager places and stacks them
+    /// They go around it (override-redirect), and the compositor shows them where they are, above its windows.
+    /// So under Xwayland when the window manager cannot keep a window above others (wlroots' and weston's list
+    /// no `_NET_WM_STATE_ABOVE`, and weston's also ignores where a window asks to be).
+    herself,
+    /// The same, but the compositor takes a window's place only when it is mapped (weston 10).
+    herselfAtMap,
+};
+/// How her floating windows are placed on this desktop. No window manager yet counts as a full one.
+Placement placement();
+/// Gives `window` the geometry `rect`; placed `herselfAtMap`, a visible window that moves is mapped anew.
+void setGeometry(QWindow *window, const QRect &rect, Placement placement);
 /// Whether the X pointer is over any window but the root. Xwayland puts it on the root, where it
 /// was, once the pointer went to a Wayland window. True when not on X11.
 bool pointerOnAWindow();

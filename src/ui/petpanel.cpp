@@ -332,9 +332,7 @@ void PetPanel::showEvent(QShowEvent *event)
     // while it had none. A window manager reads the state once, at the map that follows.
     m_mapping = true;
     // Where the window manager could neither place her nor keep her above (weston's), she does without it.
-    m_placement = X11Desktop::placement();
-    if (const bool bypass = m_placement != X11Desktop::Placement::windowManager; bypass != flags().testFlag(Qt::X11BypassWindowManagerHint))
-        setFlag(Qt::X11BypassWindowManagerHint, bypass);
+    m_placement = X11Desktop::applyPlacement(this);
     applyShapes();
     X11Desktop::setInitialState(this, X11Desktop::panelStates(m_allSpaces, flags().testFlag(Qt::WindowStaysOnTopHint)), m_allSpaces);
     QQuickWindow::showEvent(event);

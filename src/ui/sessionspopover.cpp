@@ -80,8 +80,7 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     // shadow of the window manager's: the card draws its own.
     view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint);
     // Beside her wherever she goes around the window manager, or it would be put elsewhere.
-    m_placement = X11Desktop::placement();
-    view->setFlag(Qt::X11BypassWindowManagerHint, m_placement != X11Desktop::Placement::windowManager);
+    m_placement = X11Desktop::applyPlacement(view);
     view->setTransientParent(panel);
     if (blended) {
         QSurfaceFormat format = view->format();
@@ -123,7 +122,7 @@ void SessionsPopover::open(QWindow *panel, const QRect &anchor)
     X11Desktop::setInitialState(view, X11Desktop::panelStates(false, false), false);
     view->show();
     // A window around the window manager gets no keys under Xwayland, nor a focus to lose.
-    if (view->flags().testFlag(Qt::X11BypassWindowManagerHint))
+    if (m_placement != X11Desktop::Placement::windowManager)
         PopupDismissal::closeWhenAway(view, [this, view] {
             if (view == m_view)
                 close();

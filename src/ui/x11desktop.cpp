@@ -52,14 +52,23 @@ bool selectionOwned(const char *name)
     return owned;
 }
 
+// The 32-bit items of a window's property of `type`, at most `count` of them (none when it has no such property).
+QList<uint32_t> property32(xcb_connection_t *c, xcb_window_t window, const char *name, xcb_atom_t type, uint32_t count)
+{
+    xcb_get_property_reply_t *reply = xcb_get_property_reply(c, xcb_get_property(c, 0, window, atom(c, name), type, 0, count), nullptr);
+    QList<uint32_t> items;
+    if (reply && reply->format == 32) {
+        items.resize(xcb_get_property_value_length(reply) / 4);
+        std::memcpy(items.data(), xcb_get_property_value(reply), size_t(items.size()) * 4);
+    }
+    std::free(reply);
+    return items;
+}
+
 std::optional<uint32_t> rootCardinal(xcb_connection_t *c, const char *name)
 {
-    xcb_get_property_reply_t *reply = xcb_get_property_reply(c, xcb_get_property(c, 0, rootWindow(c), atom(c, name), XCB_ATOM_CARDINAL, 0, 1), nullptr);
-    std::optional<uint32_t> value;
-    if (reply && xcb_get_property_value_length(reply) == 4)
-        value = *static_cast<uint32_t *>(xcb_get_property_value(reply));
-    std::free(reply);
-    return value;
+    const QList<uint32_t> items = property32(c, rootWindow(c), name, XCB_ATOM_CARDINAL, 1);
+    return items.isEmpty() ? std::nullopt : std::optional(items.first());
 }
 
 void sendToRoot(xcb_connection_t *c, xcb_window_t window, xcb_atom_t type, std::initializer_list<uint32_t> data)
@@ -107,35 +116,35 @@ bool isXwayland()
     return screen && screen->name().startsWith(QLatin1StringView("XWAYLAND"));
 }
 
+namespace
+{
 Placement placement()
 {
     xcb_connection_t *c = connection();
     if (!c || !isXwayland())
         return Placement::windowManager;
     const xcb_window_t root = rootWindow(c);
-    xcb_get_property_reply_t *reply = xcb_get_property_reply(c, xcb_get_property(c, 0, root, atom(c, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, 1024), nullptr);
-    bool keepsAbove = true;
-    if (reply && reply->format == 32) {
-        const auto *atoms = static_cast<const xcb_atom_t *>(xcb_get_property_value(reply));
-        const int count = xcb_get_property_value_length(reply) / 4;
-        keepsAbove = count == 0 || std::find(atoms, atoms + count, atom(c, "_NET_WM_STATE_ABOVE")) != atoms + count;
-    }
-    std::free(reply);
-    if (keepsAbove)
+    const QList<uint32_t> supported = property32(c, root, "_NET_SUPPORTED", XCB_ATOM_ATOM, 1024);
+    if (supported.isEmpty() || supported.contains(atom(c, "_NET_WM_STATE_ABOVE")))
         return Placement::windowManager;
     // The window manager names itself on the window its check property points at.
-    QByteArray name;
-    reply = xcb_get_property_reply(c, xcb_get_property(c, 0, root, atom(c, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1), nullptr);
-    if (reply && xcb_get_property_value_length(reply) == 4) {
-        const xcb_window_t check = *static_cast<xcb_window_t *>(xcb_get_property_value(reply));
-        xcb_get_property_reply_t *named
-            = xcb_get_property_reply(c, xcb_get_property(c, 0, check, atom(c, "_NET_WM_NAME"), XCB_GET_PROPERTY_TYPE_ANY, 0, 64), nullptr);
-        if (named)
-            name = QByteArray(static_cast<const char *>(xcb_get_property_value(named)), xcb_get_property_value_length(named));
-        std::free(named);
-    }
+    const QList<uint32_t> check = property32(c, root, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, 1);
+    if (check.isEmpty())
+        return Placement::herself;
+    xcb_get_property_reply_t *reply
+        = xcb_get_property_reply(c, xcb_get_property(c, 0, check.first(), atom(c, "_NET_WM_NAME"), XCB_GET_PROPERTY_TYPE_ANY, 0, 64), nullptr);
+    const bool weston = reply && QByteArrayView(static_cast<const char *>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply)) == "Weston WM";
     std::free(reply);
-    return name == "Weston WM" ? Placement::herselfAtMap : Placement::herself;
+    return weston ? Placement::herselfAtMap : Placement::herself;
+}
+} // namespace
+
+Placement applyPlacement(QWindow *window)
+{
+    const Placement decided = placement();
+    if (const bool bypass = decided != Placement::windowManager; bypass != window->flags().testFlag(Qt::X11BypassWindowManagerHint))
+        window->setFlag(Qt::X11BypassWindowManagerHint, bypass);
+    return decided;
 }
 
 void setGeometry(QWindow *window, const QRect &rect, Placement placement)
@@ -237,7 +246,7 @@ bool isXwayland()
 {
     return false;
 }
-Placement placement()
+Placement applyPlacement(QWindow *)
 {
     return Placement::windowManager;
 }

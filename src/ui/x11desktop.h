@@ -30,8 +30,9 @@ enum class Placement {
     /// The same, but the compositor takes a window's place only when it is mapped (weston 10).
     herselfAtMap,
 };
-/// How her floating windows are placed on this desktop. No window manager yet counts as a full one.
-Placement placement();
+/// Decides how `window`, not yet mapped, is placed on this desktop (no window manager yet counts as a
+/// full one), and lets it go around the window manager when it is to place itself.
+Placement applyPlacement(QWindow *window);
 /// Gives `window` the geometry `rect`; placed `herselfAtMap`, a visible window that moves is mapped anew.
 void setGeometry(QWindow *window, const QRect &rect, Placement placement);
 /// Whether the X pointer is over any window but the root. Xwayland puts it on the root, where it
